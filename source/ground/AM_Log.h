@@ -56,7 +56,7 @@ public:
 // Writes the lines of the ring now. On an audio thread it does nothing.
 void AM_flushLog();
 
-// True if a line logged now could reach anybody. Costs two loads.
+// True if a line logged now could reach anybody. Costs a few loads.
 bool AM_logIsHeard() noexcept;
 // Logs with a row of arguments made before.
 void AM_logArguments(const char* format, const AM_Arguments& arguments);

@@ -32,7 +32,7 @@ inline constexpr u32 k_tickMilliseconds = 50;
 u32 AM_startTick(AM_TickListener* listener);
 // Ends the calls; when it returns, tick() of that listener is not running and does not run again.
 // From inside a tick it returns at once, and a running tick() goes on to its end. The last one also
-// joins the timer thread; if that was called from inside a tick, the next call of either operation
-// from another thread does. An unknown id or 0 is ignored. The caller holds no lock that tick()
-// takes.
+// joins the timer thread; if that was called from inside a tick, the next AM_stopTick from another
+// thread does, whatever its id. An unknown id or 0 is ignored. The caller holds no lock that a
+// tick() takes.
 void AM_stopTick(u32 id);

@@ -31,6 +31,9 @@ std::vector<std::string> stdString_split(std::string_view string, std::string_vi
 // With "A" to "Z" as "a" to "z".
 std::string toLower(std::string_view text);
 
+// The part of a path behind its last "/" or "\\", as a pointer into it.
+const char* fileName(const char* path) noexcept;
+
 // Copies what fits of `source` into the array `destination` of `capacity` characters, always
 // terminated; returns the characters copied. Allocates nothing.
 size_t copyText(char* destination, size_t capacity, const char* source) noexcept;
