@@ -1,0 +1,161 @@
+#include "Instance.h"
+
+#include "AM_DelayNetWorks.h"
+#include "AM_LetterPicker.h"
+#include "Errors.h"
+
+#include <charconv>
+#include <cmath>
+#include <random>
+#include <vector>
+#include <xmmintrin.h>
+
+namespace {
+constexpr f64 k_bpm = 120;
+constexpr f32 k_quartersPerBar = 4;
+// A bypass fade takes 511 quads of 16 frames.
+constexpr int k_fadeFrames = 511 * 16;
+
+// Flush to zero and denormals are zero while a block runs, as every binding sets them.
+class DenormalsAreZero {
+public:
+    DenormalsAreZero() : saved(_mm_getcsr()) { _mm_setcsr(saved | 0x8040u); }
+    ~DenormalsAreZero() { _mm_setcsr(saved); }
+
+private:
+    unsigned saved;
+};
+
+// The number in `text`, which may also be one of the row's value texts.
+f32 parseValue(AM_ParaMan& parameters, int id, const std::string& name, const std::string& text) {
+    f32 value = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value);
+    if (error == std::errc() && rest == end && std::isfinite(value)) return value;
+    const ParameterInfo& row = *parameters.row(id);
+    if (row.kind == k_integer && row.maxValue - row.minValue <= 1000) {
+        for (f32 candidate = row.minValue; candidate <= row.maxValue; candidate += 1)
+            if (parameters.displayText(id, candidate) == text) return candidate;
+    }
+    throw UsageError("--set " + name + ": '" + text + "' is not a value of it");
+}
+
+std::string plainNumber(f32 value) {
+    char text[32];
+    const auto result = std::to_chars(text, text + sizeof text, value);
+    return std::string(text, result.ptr);
+}
+} // namespace
+
+Instance::Instance(const Options& options, double rate)
+    : audioMan(std::make_unique<Glassmere_AudioMan>(k_glassmereId)), sampleRate(rate) {
+    audioMan->setHost("glassmere-render");
+    audioMan->setApi("offline");
+    audioMan->initialize();
+    network = dynamic_cast<AM_DelayNetWorks*>(audioMan->findObject("FDN"));
+    if (!network || !audioMan->getBlockContext())
+        throw RenderError("the plug-in could not be started");
+    audioMan->setPreferenceValue(k_prefBaseLatency, options.baseLatency ? 1 : 0);
+    audioMan->changePlugInLatency(0);
+    audioMan->setSampleRate(rate);
+    audioMan->setBlockSize(options.block);
+    audioMan->setRenderMode(1);
+
+    if (options.code) setCode(*options.code);
+    for (const auto& [name, text] : options.settings)
+        setValue(name, text);
+    for (const std::string& name : options.presses)
+        press(name);
+    settle(options.block);
+}
+
+Instance::~Instance() = default;
+
+int Instance::requireParameter(const std::string& name) const {
+    const int id = parameters().findParameter(name.c_str());
+    if (id < 0) throw UsageError("there is no parameter '" + name + "'; --list shows them");
+    return id;
+}
+
+void Instance::setCode(const std::string& code) {
+    std::vector<char> text(code.begin(), code.end());
+    text.push_back('\0');
+    parameters().setParameterValueComplex(
+        audioMan->getParameterId(network->getObjectId(), AM_DelayNetWorks::kParams), text.data(),
+        static_cast<i32>(text.size()));
+}
+
+void Instance::setValue(const std::string& name, const std::string& text) {
+    const int id = requireParameter(name);
+    const ParameterInfo& row = *parameters().row(id);
+    if (row.isMeter()) throw UsageError("'" + name + "' is a meter and can't be set");
+    if (row.flags & k_flagMomentary)
+        throw UsageError("'" + name + "' is a button: --press " + name);
+    if (row.kind == k_complexText) {
+        if (text.size() + 1 > static_cast<size_t>(row.maxValue))
+            throw UsageError("--set " + name + ": the text is too long");
+        parameters().setParameterValueComplex(id, text.c_str(), static_cast<i32>(text.size()) + 1);
+        return;
+    }
+    if (row.isComplex()) throw UsageError("'" + name + "' holds no single value");
+    const f32 value = parseValue(parameters(), id, name, text);
+    if (!(value >= row.minValue && value <= row.maxValue))
+        throw UsageError("--set " + name + " wants " + plainNumber(row.minValue) + " to " +
+                         plainNumber(row.maxValue));
+    parameters().setParameterValue(id, value, 0, true);
+}
+
+void Instance::press(const std::string& name) {
+    const int id = requireParameter(name);
+    if (!(parameters().row(id)->flags & k_flagMomentary))
+        throw UsageError("'" + name + "' is no button");
+    // What a button draws depends on how long the plug-in has run; a process that has just begun
+    // would draw the same code each time.
+    for (u32 steps = std::random_device()() & 0xfffff; steps > 0; --steps)
+        AM_LetterPicker::step();
+    parameters().setParameterValue(id, 1, 0, true);
+}
+
+void Instance::settle(int block) {
+    const int bypass = parameters().findParameter("Active FDN");
+    if (bypass >= 0 && parameters().getParameterTarget(bypass) < 0.5f) {
+        std::vector<float> silence[2];
+        for (std::vector<float>& channel : silence)
+            channel.resize(static_cast<size_t>(block));
+        float* const channels[2] = {silence[0].data(), silence[1].data()};
+        for (int done = 0; done <= k_fadeFrames; done += block)
+            process(channels, channels, block);
+        framesDone = 0;
+    }
+    audioMan->reset();
+}
+
+void Instance::process(float* const (&in)[2], float* const (&out)[2], int count) {
+    BlockContext* context = audioMan->getBlockContext();
+    context->numFrames = count;
+    context->bpm = k_bpm;
+    context->quartersPerBar = k_quartersPerBar;
+    for (int channel = 0; channel < 2; ++channel) {
+        context->inputs[channel] = in[channel];
+        context->outputs[channel] = out[channel];
+    }
+    const f64 position = static_cast<f64>(framesDone) / sampleRate * k_bpm / 60;
+    const f64 bar = std::floor(position / k_quartersPerBar) * k_quartersPerBar;
+    const DenormalsAreZero guard;
+    audioMan->setTransport(context, position, bar);
+    audioMan->processBlock();
+    framesDone += count;
+}
+
+int Instance::latency() const {
+    return audioMan->getLatency();
+}
+
+bool Instance::isAsleep() const {
+    return network->isAsleep();
+}
+
+std::string Instance::code() const {
+    return parameters().getText(
+        audioMan->getParameterId(network->getObjectId(), AM_DelayNetWorks::kParams));
+}

@@ -1,0 +1,40 @@
+// The command line of the renderer.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+enum class SampleFormat { automatic, pcm16, pcm24, float32 };
+
+struct Options {
+    enum class Mode { render, impulse, list, describe };
+
+    Mode mode = Mode::render;
+    std::string input;               // render only
+    std::string output;              // render and impulse
+    std::optional<std::string> code; // --code, or the argument of --describe
+    std::vector<std::pair<std::string, std::string>> settings; // --set, in order
+    std::vector<std::string> presses;                          // --press, in order
+    double rate = 48000;                                       // Hz, impulse only
+    int block = 512;                                           // frames
+    bool baseLatency = true;
+    bool inPlace = false;
+    std::optional<double> tailSeconds; // nothing: until the module sleeps
+    SampleFormat format = SampleFormat::automatic;
+    bool force = false;
+    bool quiet = false;
+    bool json = false;
+};
+
+// What a command line leads to: options to act on, or a text to print and an exit code.
+struct ParsedOptions {
+    std::optional<Options> options;
+    std::string text;
+    int exitCode = 0;
+};
+
+// Reads the arguments (without the program's name); `version` is what --version prints. Never
+// throws for a wrong command line: the result then holds the message and the usage exit code.
+ParsedOptions parseOptions(std::vector<std::string> arguments, const std::string& version);
