@@ -1,0 +1,286 @@
+// What the reverb computes, from input sample to output sample: host rate -> input ring ->
+// (sinc) -> taps -> matrices and lines at the internal rate -> output ring -> (sinc) ->
+// host rate. The arithmetic is 32-bit float in the order written here.
+#include "AM_DelayNetWorks.h"
+#include "AM_LetterPicker.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+// Just above 2^-16, about -96 dB.
+constexpr f32 k_silence = 1.5259022e-05f;
+constexpr i32 k_sleepBlocks = 1000;
+// A wet sample beyond this is taken for a network that has run away.
+constexpr f32 k_runaway = 1048576.0f;
+
+struct Stereo {
+    f32 left;
+    f32 right;
+};
+
+bool isAudible(f32 x) { return std::fabs(x) > k_silence; }
+// False for not-a-number and infinity too.
+bool isSane(f32 x) { return std::fabs(x) <= k_runaway; }
+
+// One sample between two samples of the rings: `position`, 0 to 32, is the place in the table's
+// phases, interpolated linearly.
+Stereo resample(fixedDelay* const (&rings)[2], const AM_SincTable& table, f32 position) {
+    const i32 idx =
+        std::clamp(static_cast<i32>(std::floor(position)), 0, k_sincPhases);
+    const f32 frac = position - static_cast<f32>(idx);
+    Stereo sum{0.0f, 0.0f};
+    for (i32 j = 0; j < k_sincTaps; ++j) {
+        const i32 t = j * k_sincPhases + idx;
+        const f32 a = rings[0]->read_ix(j);
+        const f32 b = rings[1]->read_ix(j);
+        sum.left += a * table[t + 1] * frac + a * table[t] * (1.0f - frac);
+        sum.right += b * table[t + 1] * frac + b * table[t] * (1.0f - frac);
+    }
+    return sum;
+}
+
+// Which sides carry a signal. The scan ends at the first audible sample on the right, so a left
+// signal that only starts behind it does not open the left side in this block.
+struct InputScan {
+    bool leftOn = false;
+    bool rightOn = false;
+    bool anyOn = false;
+
+    InputScan(const f32* left, const f32* right, i32 frames) {
+        for (i32 i = 0; i < frames && !rightOn; ++i) {
+            leftOn = leftOn || isAudible(left[i]);
+            rightOn = isAudible(right[i]);
+        }
+        anyOn = leftOn || rightOn;
+    }
+};
+
+} // namespace
+
+// One call of the process function.
+class AM_DelayNetworkRun {
+public:
+    AM_DelayNetworkRun(AM_DelayNetWorks& owner, BlockContext& block)
+        : module(owner), d(owner.myData()), params(owner.myParams()), context(block) {}
+
+    void run(const f32* inLeft, const f32* inRight, f32* outLeft, f32* outRight, i32 frames);
+
+private:
+    void startBlock(f32 dry, f32 wet);
+    void updateInputTable();
+    void internalStep();
+
+    AM_DelayNetWorks& module;
+    AM_DelayNetworkData& d;
+    AM_DelayNetworkParams& params;
+    BlockContext& context;
+    f32 ratio = 1.0f;     // internal rate over host rate
+    f32 feedback = 0.0f;  // 0.25 to 1
+};
+
+void AM_DelayNetworkRun::run(const f32* inLeft, const f32* inRight, f32* outLeft, f32* outRight,
+                             i32 frames) {
+    const InputScan scan(inLeft, inRight, frames);
+    if (d.silentBlocks > k_sleepBlocks) {
+        if (!scan.anyOn) {
+            module.asleep.store(true, std::memory_order_relaxed);
+            return;
+        }
+        d.silentBlocks = 0;
+        module.asleep.store(false, std::memory_order_relaxed);
+    }
+
+    const f32 dry = params.dry * 0.01f;
+    f32 wet = params.wet * 0.01f;
+    feedback = params.feedback * 0.0075f + 0.25f;
+    module.setDelayGains(params.gainLaw, feedback);
+    if (d.silentBlocks > 0) {
+        const f32 c = static_cast<f32>(std::min(d.silentBlocks, k_sleepBlocks));
+        wet = wet * (1.0f - c * 0.001f);
+    }
+    // The internal rate never exceeds the host's: at most one internal step a host sample.
+    ratio = params.frequency * 2000.0f * context.sampleReciprocal;
+    ratio = ratio < 1.0f ? ratio : 1.0f;
+    AM_LetterPicker::step();
+    startBlock(dry, wet);
+
+    const f32 dryStep = (dry - d.dryGain) / static_cast<f32>(frames);
+    const f32 wetStep = (wet - d.wetGain) / static_cast<f32>(frames);
+    bool outOn = false;
+    bool runaway = false;
+    for (i32 i = 0; i < frames; ++i) {
+        d.dryGain += dryStep;
+        d.wetGain += wetStep;
+        const f32 inL = inLeft[i];
+        const f32 inR = inRight[i];
+        d.inputRing[0]->write(scan.leftOn && std::isfinite(inL) ? inL : 0.0f);
+        d.inputRing[1]->write(scan.rightOn && std::isfinite(inR) ? inR : 0.0f);
+        d.phase += ratio;
+        if (d.phase >= 1.0f) {
+            d.phase -= 1.0f;
+            internalStep();
+        }
+        const Stereo out = resample(d.outputRing, d.outputTable, d.phase * 32.0f);
+        f32 resultL = inL * d.dryGain;
+        f32 resultR = inR * d.dryGain;
+        if (isSane(out.left) && isSane(out.right)) {
+            resultL = out.left * d.wetGain + resultL;
+            resultR = out.right * d.wetGain + resultR;
+        } else {
+            runaway = true;
+        }
+        outLeft[i] = resultL;
+        outRight[i] = resultR;
+        outOn = outOn || isAudible(resultL) || isAudible(resultR);
+    }
+    // What is not finite would circle for ever and take the dry signal with it.
+    if (runaway)
+        d.resetPending = 1;
+    d.silentBlocks = (outOn || scan.anyOn) ? 0 : d.silentBlocks + 1;
+}
+
+void AM_DelayNetworkRun::startBlock(f32 dry, f32 wet) {
+    if (d.resetPending.exchange(0)) {
+        module.clearNetwork(context.sampleRate);
+        d.phase = 0.0f;
+        d.dryGain = dry;
+        d.wetGain = wet;
+    }
+    if (ratio != d.lastRatio) {
+        d.lastRatio = ratio;
+        // Cut-off 17 kHz at any rate; the ratio keeps the level.
+        AM_fillScaledSinc(d.inputTable, context.sampleReciprocal * 34000.0f * 0.03125f, ratio);
+    }
+}
+
+void AM_DelayNetworkRun::internalStep() {
+    // Input resampling.
+    const Stereo in = resample(d.inputRing, d.inputTable, (1.0f - d.phase / ratio) * 32.0f);
+    const f32 a = in.left;
+    const f32 b = in.right;
+    // Taps.
+    d.feeds[0]->write(a);
+    d.feeds[1]->write(b);
+    d.feeds[2]->write(-a);
+    d.feeds[3]->write(-b);
+    d.feeds[4]->write(a + b);
+    d.feeds[5]->write(a - b);
+    // Network.
+    for (i32 i = 0; i < d.numInputs; ++i)
+        d.inputTargets[i]->tick(d.inputSources[i]->read(), feedback);
+    // Collect.
+    f32 left = 0.0f;
+    f32 right = 0.0f;
+    for (i32 j = 0; j < d.numOutputs; ++j) {
+        const f32 y = d.outputs[j]->read();
+        left += y * d.outputLeft[j];
+        right += y * d.outputRight[j];
+    }
+    d.outputRing[0]->write(left);
+    d.outputRing[1]->write(right);
+}
+
+void AM_DelayNetWorks::processSubBlock(i32* start, i32* numQuads, CircuitModule* slot,
+                                       BlockContext* context) {
+    auto& module = static_cast<AM_DelayNetWorks&>(*slot->object);
+    if (const AM_DelayModel* model = module.exchange->fetch())
+        module.install(*model);
+    const i32 offset = *start * k_quadFrames;
+    f32* in = context->audioBuffer + slot->firstInput * k_subBlockFrames + offset;
+    f32* out = context->audioBuffer + slot->firstOutput * k_subBlockFrames + offset;
+    AM_DelayNetworkRun(module, *context)
+        .run(in, in + k_subBlockFrames, out, out + k_subBlockFrames, *numQuads * k_quadFrames);
+}
+
+iDelayMatrix* AM_DelayNetWorks::matrixOf(i32 family, i32 index) const {
+    const AM_DelayNetworkData& d = myData();
+    switch (family) {
+    case k_householder4: return d.householder4[index];
+    case k_gerzon4: return d.gerzon4[index];
+    case k_householder6: return d.householder6[index];
+    case k_householder8: return d.householder8[index];
+    case k_hadamard8: return d.hadamard8[index];
+    default: return d.hadamard4[index];
+    }
+}
+
+// Takes a published model over into the route tables and lines; what sounds in them stays.
+void AM_DelayNetWorks::install(const AM_DelayModel& model) {
+    AM_DelayNetworkData& d = myData();
+    for (i32 i = 0; i < model.numMatrices; ++i)
+        matrixOf(model.family, i)->setMuteFeedback(model.muted[i]);
+    for (i32 i = 0; i < model.numInputs; ++i) {
+        const AM_InputRoute& route = model.inputs[i];
+        d.inputTargets[i] = matrixOf(model.family, route.target);
+        if (route.fromMatrix)
+            d.inputSources[i] = matrixOf(model.family, route.source);
+        else
+            d.inputSources[i] = d.feeds[route.source];
+    }
+    for (i32 j = 0; j < model.numOutputs; ++j)
+        d.outputs[j] = matrixOf(model.family, model.outputs[j]);
+    std::copy_n(model.outputPan, model.numOutputs, d.outputPan);
+    std::copy_n(model.outputGain, model.numOutputs, d.outputGain);
+    std::copy_n(model.outputLeft, model.numOutputs, d.outputLeft);
+    std::copy_n(model.outputRight, model.numOutputs, d.outputRight);
+    d.numInputs = model.numInputs;
+    d.numOutputs = model.numOutputs;
+    for (i32 k = 0; k < k_numDelays; ++k) {
+        d.delays[k]->setLength(model.lengths[k]);
+        d.delays[k]->setAlias(model.aliases[k] < 0 ? nullptr : d.delays[model.aliases[k]]);
+    }
+    myParams().gainLaw = model.gainLaw;
+}
+
+// Taps and bridges are not touched.
+void AM_DelayNetWorks::clearNetwork(f32 sampleRate) {
+    AM_DelayNetworkData& d = myData();
+    for (i32 r = 0; r < 4; ++r) {
+        DSP_SVF& record = *d.filterRecords[r];
+        record.shape = 0;
+        record.resonance = 0.0f;
+        record.gain = 1.0f;
+        record.cutoff = std::min(40000.0f / sampleRate, 0.99f);
+        d.filters[4 * r]->updateZeroDelay();
+        for (i32 i = 0; i < 4; ++i)
+            d.filters[4 * r + i]->clear();
+    }
+    for (i32 side = 0; side < 2; ++side) {
+        d.inputRing[side]->clear();
+        d.outputRing[side]->clear();
+    }
+    d.rootMatrix->clear();
+}
+
+void AM_DelayNetWorks::setDelayGains(i32 gainLaw, f32 feedback) {
+    AM_DelayNetworkData& d = myData();
+    for (i32 i = 0; i < d.numInputs; ++i)
+        d.inputTargets[i]->setGain(feedback);
+    for (fixedDelay* line : d.delays)
+        line->setGain(feedback);
+    // At full feedback the lines lose nothing.
+    if (feedback == 1.0f)
+        return;
+    // Internal samples in which the sound falls by 60 dB; a line's gain is its share of that.
+    const f32 decay = feedback * feedback * 3990000.0f + 10000.0f;
+    const f32 perSample = 1.0f / decay;
+    if (gainLaw == 1) {
+        for (fixedDelay* line : d.delays)
+            line->setGain(std::pow(0.001f, line->getLength() * perSample));
+    } else if (gainLaw == 2) {
+        for (i32 i = 0; i < d.numInputs; ++i) {
+            iDelayElement* matrix = d.inputTargets[i];
+            const f32 length = matrix->getLength() / static_cast<f32>(matrix->getNumDelays());
+            matrix->setGain(std::pow(0.001f, length * perSample));
+        }
+    } else {
+        f32 mean = 0.0f;
+        for (fixedDelay* line : d.delays)
+            mean += line->getLength() * 0.015625f;
+        const f32 gain = std::pow(0.001f, mean / decay);
+        for (fixedDelay* line : d.delays)
+            line->setGain(gain);
+    }
+}
