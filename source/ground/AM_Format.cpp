@@ -13,10 +13,7 @@ void AM_Arguments::putReal(f64 value) noexcept {
 }
 
 void AM_Arguments::putBoundedText(const char* text, size_t bound) noexcept {
-    if (count + 2u > k_capacity) { // never half of it
-        count = k_capacity;
-        return;
-    }
+    if (count + 2u > k_capacity) return put(k_missing, 0); // never half of it
     putPointer(k_boundedText, text);
     put(k_boundedText, bound);
 }

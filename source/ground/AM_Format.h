@@ -32,6 +32,7 @@
 class AM_Arguments {
 public:
     enum Kind : u8 {
+        k_missing, // there was no room for it
         k_int32,
         k_int64,
         k_real,
