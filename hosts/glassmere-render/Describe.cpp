@@ -82,5 +82,5 @@ std::string describeAsJson(const std::string& code) {
         if (model.aliases[i] >= 0) aliases.push_back({i, model.aliases[i]});
     json["aliases"] = aliases;
     json["tests"] = model.tests;
-    return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+    return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
