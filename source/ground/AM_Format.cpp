@@ -65,7 +65,7 @@ public:
             const auto kind = static_cast<AM_Arguments::Kind>(arguments.kinds[place]);
             const auto address = static_cast<std::uintptr_t>(arguments.words[place]);
             if (address == 0 || accepts(kind))
-                return {reinterpret_cast<const char*>(address), kind,
+                return {std::bit_cast<const char*>(address), kind,
                         kind == AM_Arguments::k_boundedText ? arguments.words[place + 1]
                                                             : ~size_t{0}};
         }

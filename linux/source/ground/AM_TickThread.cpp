@@ -93,30 +93,33 @@ void unchain(const TickThread* timer) {
     *link = timer->nextEnded;
 }
 
+// The first ended thread to be joined: with `wait` any, else one that is through. Under
+// `tickMutex`.
+TickThread* nextToJoin(bool wait) {
+    TickThread* timer = ended;
+    while (timer != nullptr && !wait && !timer->finished)
+        timer = timer->nextEnded;
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): a freed one has left the chain before
+    return timer;
+}
+
 // Joins threads that were stopped: with `wait` all of them, also those that another caller is just
 // joining, else those that are through. Not on a tick thread.
 void joinEnded(std::unique_lock<std::mutex>& lock, bool wait) {
-    TickThread* timer = ended;
-    while (timer != nullptr) {
-        if (!wait && !timer->finished) {
-            timer = timer->nextEnded;
-            continue;
-        }
-        ++timer->users;
+    while (TickThread* const timer = nextToJoin(wait)) {
         if (timer->thread.joinable()) {
             std::thread thread = std::move(timer->thread);
             lock.unlock();
             thread.join();
             lock.lock();
-            unchain(timer);
+            unchain(timer); // its place there becomes this call's use
             timer->joined = true;
             timer->changed.notify_all();
-            release(timer);
         } else {
+            ++timer->users;
             timer->changed.wait(lock, [timer] { return timer->joined; });
         }
         release(timer);
-        timer = ended;
     }
 }
 
