@@ -1,0 +1,277 @@
+// The hot path of AM_AudioMan: from a host block to sub-blocks of at most 64 frames and back.
+#include "AM_AudioManager.h"
+#include "AM_AudioThread.h"
+#include "AM_Circuit.h"
+#include "AM_ParaMan.h"
+#include "AM_StopWatch.h"
+#include "AM_SwingClock.h"
+
+#include <algorithm>
+#include <mutex>
+
+void AM_AudioMan::setTransport(BlockContext* block, f64 position, f64 barPosition) {
+    if (block) AM_setTransport(*block, position, barPosition);
+}
+
+void AM_AudioMan::processEvent(i32 type, i32 id, f32 field1, f32 field2, u32 timestamp) {
+    eventQueue.post(type, id, field1, field2, timestamp);
+}
+
+// Not straight on to the chain: events reach it out of the queue, inside the block.
+void AM_AudioMan::handleEvent(i32 type, i32 id, f32 field1, f32 field2, u32 timestamp) {
+    processEvent(type, id, field1, field2, timestamp);
+}
+
+// --- the block ---------------------------------------------------------------------------
+
+void AM_AudioMan::processBlock() {
+    if (getRunState() != k_initialised) return;
+    const AM_AudioThreadScope onAudioThread;
+    blockRunning = true;
+    try {
+        const std::lock_guard lock(stateLock);
+        insideBlock = true;
+        try {
+            runBlock();
+        } catch (...) {
+            abandonBlock();
+        }
+        insideBlock = false;
+    } catch (...) {
+        if (errorLogged.first()) AM_Log("ERROR: no lock for a block");
+    }
+    blockRunning = false;
+}
+
+void AM_AudioMan::abandonBlock() {
+    if (errorLogged.first()) AM_Log("ERROR: a block failed and was silenced");
+    carry.clear();
+    silenceOutputs();
+    stopWatch->stop(0, context->sampleRateD);
+    carryEvents(static_cast<u32>(std::max(context->numFrames, 0)));
+}
+
+void AM_AudioMan::runBlock() {
+    paraMan->update();
+    eventQueue.swapEvents();
+    if (runBypassed()) return;
+    resetCount = 0;
+    if (modulationDirty.exchange(false)) refreshModulationMap();
+    if (context->numFrames < 1) {
+        carryEvents(0);
+        resetAfterStateChange();
+    } else if (!baseLatencyNeeded()) {
+        processAligned();
+    } else if (pluginInfo.numChannels < 3) {
+        processWithCarry();
+    } else {
+        processMultiChannelWithLatency();
+    }
+}
+
+// A bypass leaves the host's buffers as they are. Events still arrive: the modules keep up with
+// their controllers, and none piles up.
+bool AM_AudioMan::runBypassed() {
+    if (!bypassed.load(std::memory_order_relaxed)) return false;
+    const u32 frames = static_cast<u32>(std::max(context->numFrames, 0));
+    dispatchEvents(0, frames);
+    carryEvents(frames);
+    return true;
+}
+
+// Whether the block has to go through the carry. A size that the direct mode cannot take switches
+// that mode off for good.
+bool AM_AudioMan::baseLatencyNeeded() {
+    if (getPreference(k_prefBaseLatency) != 0) return true;
+    if (context->numFrames % k_quadFrames == 0) return false;
+    AM_Log("resetting base latency pref because num samples = %d", context->numFrames);
+    setPreferenceValue(k_prefBaseLatency, 1);
+    latencyEmergency = true;
+    return true;
+}
+
+// --- the paths ---------------------------------------------------------------------------
+
+void AM_AudioMan::processMultiChannelWithLatency() { processWithCarry(); }
+
+void AM_AudioMan::processWithCarry() {
+    const i32 channels = pluginInfo.numChannels;
+    if (lastPathAligned) carry.clear();
+    lastPathAligned = false;
+    beginBlock(channels);
+    routes.connect(context->outputs, channels);
+    const bool hasSideChain = busChannels(2 * channels) == 2 * channels &&
+                              std::any_of(context->sideChains, context->sideChains + channels,
+                                          [](const f32* channel) { return channel != nullptr; });
+    f32* const* sideChains = hasSideChain ? context->sideChains : nullptr;
+    const i32 used = hasSideChain ? 2 * channels : channels;
+
+    i32 done = 0;
+    carry.beginBlock(context->numFrames);
+    while (const i32 frames = carry.nextSubBlock()) {
+        const i32 direct = carry.directFrames();
+        beginSubBlock(frames);
+        carry.readInput(context->inputs, sideChains, context->audioBuffer);
+        std::fill(bus(used), bus(context->numBusChannels), 0.0f);
+        dispatchEvents(static_cast<u32>(done), static_cast<u32>(done + frames));
+        runCircuit(frames, context->numFrames - done - frames);
+        for (i32 c = 0; c < channels; ++c)
+            AM_cleanNotNormal(bus(c), frames);
+        outputGain.apply(context->audioBuffer, channels, k_subBlockFrames, direct, frames - direct);
+        carry.writeOutput(context->audioBuffer, routes);
+        endSubBlock();
+        done += frames;
+    }
+    carry.endBlock(context->inputs, sideChains, routes);
+    endBlock(done, channels);
+}
+
+void AM_AudioMan::processAligned() {
+    lastPathAligned = true;
+    roundToQuads();
+    const i32 numMeters = k_maxChannels;
+    beginBlock(numMeters);
+    channelMaps.build(context->inputs, context->outputs, context->channelLayout, context->lfeMode,
+                      pluginInfo.numChannels);
+    const i32 channels = busChannels(std::max(channelMaps.numUsed(), pluginInfo.numChannels));
+    routes.connectMapped(context->outputs, channelMaps.outputMap, channels);
+
+    i32 done = 0;
+    while (done < context->numFrames) {
+        const i32 frames = std::min(context->numFrames - done, k_subBlockFrames);
+        if (frames % k_quadFrames != 0 && incompleteLogged.first())
+            AM_Log("ALERT! - Rendering incomplete chunk");
+        beginSubBlock(frames);
+        readAligned(done, frames);
+        dispatchEvents(static_cast<u32>(done), static_cast<u32>(done + frames));
+        runCircuit(frames, context->numFrames - done - frames);
+        for (i32 c = 0; c < channels; ++c)
+            AM_cleanNonFinite(bus(c), frames);
+        outputGain.apply(context->audioBuffer, channels, k_subBlockFrames, frames, 0);
+        routes.write(context->audioBuffer, k_subBlockFrames, done, frames);
+        for (i32 c = 0; c < k_maxChannels; ++c)
+            if (channelMaps.channelSilent[c]) silenceChannel(c, done, frames);
+        endSubBlock();
+        done += frames;
+    }
+    endBlock(done, numMeters);
+}
+
+// The test is against a sub-block, the message about a quad: 48 frames are reported and taken.
+void AM_AudioMan::roundToQuads() {
+    const i32 frames = context->numFrames;
+    if (frames % k_subBlockFrames == 0) return;
+    const i32 rest = frames % k_quadFrames;
+    context->numFrames = frames - rest;
+    if (!bufferSizeLogged.first()) return;
+    AM_Log("ALERT! BUFFERSIZE %d mod 16 = %d, but not zero", frames, rest);
+    AM_Log("Turning it into %d frames", context->numFrames);
+}
+
+void AM_AudioMan::readAligned(i32 first, i32 frames) {
+    const i32 channels = busChannels(std::max(channelMaps.numUsed(), pluginInfo.numChannels));
+    const auto read = [&](const f32* source, i32 channel) {
+        if (source)
+            std::copy_n(source + first, frames, bus(channel));
+        else
+            std::fill_n(bus(channel), k_subBlockFrames, 0.0f);
+    };
+    for (i32 c = 0; c < channels; ++c)
+        read(channelMaps.inputMap[c] < 0 ? nullptr : context->inputs[channelMaps.inputMap[c]], c);
+    for (i32 c = channels; c < context->numBusChannels; ++c) {
+        const i32 side = c - channels;
+        read(side < pluginInfo.numChannels ? context->sideChains[side] : nullptr, c);
+    }
+}
+
+// --- what all paths share ----------------------------------------------------------------
+
+i32 AM_AudioMan::busChannels(i32 wanted) const {
+    return std::min(wanted, context->numBusChannels);
+}
+
+void AM_AudioMan::beginBlock(i32 numMeters) {
+    stopWatch->start(context->numFrames, context->sampleRateD);
+    inputMeter.measure(context->inputs, numMeters, context->numFrames, context->samplePeriod);
+    transport.beginBlock(*context);
+    if (context->bpm < 10 && context->renderMode != 1 && slowTempoLogged.first())
+        AM_Log("bpm < 10.0 - %f", context->bpm);
+    outputGain.beginBlock(circuit->getOutput() * 0.01f, context->numFrames);
+    circuitSlot.process = circuit->getProcessFunction(context);
+    stateChanged = false;
+}
+
+void AM_AudioMan::beginSubBlock(i32 frames) {
+    stateChanged |= (stateEpoch.load(std::memory_order_acquire) & 1) != 0;
+    transport.beginSubBlock(*context, frames);
+    swungDelta = AM_runSwingClock(*context, frames);
+}
+
+// The chain gets timestamps that count from the start of the sub-block.
+void AM_AudioMan::dispatchEvents(u32 from, u32 to) {
+    while (const AM_MidiEvent* event = eventQueue.next(to)) {
+        const u32 offset = event->timestamp > from ? event->timestamp - from : 0;
+        midiActivity = 1;
+        forwardEvent(event->type, event->id, event->field1, event->field2, offset);
+    }
+}
+
+void AM_AudioMan::runCircuit(i32 frames, i32 framesLeft) {
+    i32 start = 0;
+    i32 numQuads = frames / k_quadFrames;
+    context->quadsLeft = std::max(framesLeft, 0) / k_quadFrames;
+    circuitSlot.process(&start, &numQuads, &circuitSlot, context);
+    context->quadCounter += static_cast<u64>(frames / k_quadFrames);
+}
+
+void AM_AudioMan::endSubBlock() {
+    transport.endSubBlock(*context);
+    context->swungPosition += swungDelta;
+}
+
+void AM_AudioMan::endBlock(i32 framesDone, i32 numMeters) {
+    outputGain.endBlock();
+    midiActivity *= 0.97f;
+    carryEvents(static_cast<u32>(framesDone));
+    outputMeter.measure(context->outputs, numMeters, context->numFrames, context->samplePeriod);
+    publishMeters();
+    paraMan->blockEnded(context->numFrames);
+    blockRunning = false;
+    resetAfterStateChange();
+    stopWatch->stop(context->numFrames, context->sampleRateD);
+    paraMan->setCpuLoad(stopWatch->getUsage());
+}
+
+void AM_AudioMan::publishMeters() {
+    const f32 values[] = {
+        inputMeter.rmsDecibels(),       inputMeter.peakDecibels(), outputMeter.rmsDecibels(),
+        outputMeter.peakDecibels(),     midiActivity,              context->swungGate,
+        channelMaps.numMappedChannels,
+    };
+    static_assert(std::size(values) == std::size(decltype(meterCells){}));
+    for (size_t i = 0; i < std::size(values); ++i)
+        if (meterCells[i])
+            std::atomic_ref<f32>(*meterCells[i]).store(values[i], std::memory_order_relaxed);
+}
+
+// A block that overlapped the load of a state leaves nothing of the old one to be heard.
+void AM_AudioMan::resetAfterStateChange() {
+    u32 epoch = stateEpoch.load(std::memory_order_acquire);
+    if (!stateChanged && (epoch & 1) == 0) return;
+    stateChanged = false;
+    silenceOutputs();
+    carry.clear();
+    reset();
+    epoch = stateEpoch.load(std::memory_order_acquire);
+    if ((epoch & 1) == 0) stateEpoch.compare_exchange_strong(epoch, 0);
+}
+
+void AM_AudioMan::silenceOutputs() {
+    for (i32 c = 0; c < k_maxChannels; ++c)
+        silenceChannel(c, 0, context->numFrames);
+}
+
+void AM_AudioMan::silenceChannel(i32 channel, i32 first, i32 frames) {
+    if (context->outputs[channel] && frames > 0)
+        std::fill_n(context->outputs[channel] + first, frames, 0.0f);
+}

@@ -1,0 +1,106 @@
+#include "AM_CarryBuffer.h"
+
+#include "AM_Assert.h"
+#include "BlockContext.h"
+
+#include <algorithm>
+
+namespace {
+
+void copyOrZero(f32* target, const f32* source, i32 first, i32 count) {
+    if (source)
+        std::copy_n(source + first, count, target);
+    else
+        std::fill_n(target, count, 0.0f);
+}
+
+} // namespace
+
+void AM_CarryBuffer::attach(f32* newMemory, i32 channels) {
+    AM_ASSERT(newMemory && channels > 0 && channels <= k_maxChannels, "carry needs memory");
+    memory = newMemory;
+    numChannels = channels;
+    clear();
+}
+
+void AM_CarryBuffer::clear() {
+    if (memory) std::fill_n(memory, memoryFloats(numChannels), 0.0f);
+    pendingOutput = 0;
+    pendingInput = k_latency;
+    blockFrames = remaining = subBlock = inputDone = outputDone = 0;
+}
+
+void AM_CarryBuffer::beginBlock(i32 frames) {
+    blockFrames = std::max(frames, 0);
+    remaining = blockFrames - pendingOutput;
+    pendingInput = k_latency - pendingOutput;
+    subBlock = inputDone = outputDone = 0;
+}
+
+i32 AM_CarryBuffer::nextSubBlock() {
+    if (remaining < 1) return 0;
+    const i32 rounded = (remaining + k_quadFrames - 1) / k_quadFrames * k_quadFrames;
+    subBlock = std::min(rounded, k_subBlockFrames);
+    remaining -= subBlock;
+    return subBlock;
+}
+
+void AM_CarryBuffer::fillChannel(f32* target, const f32* carried, const f32* source) const {
+    std::copy_n(carried, pendingInput, target);
+    copyOrZero(target + pendingInput, source, inputDone, subBlock - pendingInput);
+}
+
+void AM_CarryBuffer::readInput(const f32* const* inputs, const f32* const* sideChains, f32* bus) {
+    for (i32 c = 0; c < numChannels; ++c) {
+        fillChannel(bus + c * k_subBlockFrames, inputCarry(c), inputs[c]);
+        if (sideChains)
+            fillChannel(bus + (numChannels + c) * k_subBlockFrames, sideCarry(c), sideChains[c]);
+    }
+    inputDone += subBlock - pendingInput;
+    pendingInput = 0;
+    // The output runs 16 frames in front of the input read so far.
+    appendInput(inputs, sideChains, std::min(k_latency, blockFrames - inputDone));
+}
+
+void AM_CarryBuffer::appendInput(const f32* const* inputs, const f32* const* sideChains,
+                                 i32 count) {
+    for (i32 c = 0; c < numChannels; ++c) {
+        copyOrZero(inputCarry(c) + pendingInput, inputs[c], inputDone, count);
+        copyOrZero(sideCarry(c) + pendingInput, sideChains ? sideChains[c] : nullptr, inputDone,
+                   count);
+    }
+    inputDone += count;
+    pendingInput += count;
+}
+
+i32 AM_CarryBuffer::directFrames() const {
+    const i32 waiting = outputDone == 0 ? pendingOutput : 0;
+    return std::min(subBlock, blockFrames - outputDone - waiting);
+}
+
+void AM_CarryBuffer::writeOutput(const f32* bus, const AM_OutputRoutes& routes) {
+    const i32 direct = directFrames();
+    if (outputDone == 0) sendCarried(routes, pendingOutput);
+    routes.write(bus, k_subBlockFrames, outputDone, direct);
+    outputDone += direct;
+    pendingOutput = subBlock - direct;
+    for (i32 c = 0; c < numChannels; ++c)
+        std::copy_n(bus + c * k_subBlockFrames + direct, pendingOutput, outputCarry(c));
+}
+
+void AM_CarryBuffer::sendCarried(const AM_OutputRoutes& routes, i32 count) {
+    routes.write(memory, k_regionFloats, outputDone, count);
+    outputDone += count;
+    pendingOutput -= count;
+    for (i32 c = 0; c < numChannels; ++c) {
+        f32* carried = outputCarry(c);
+        std::copy(carried + count, carried + count + pendingOutput, carried);
+    }
+}
+
+void AM_CarryBuffer::endBlock(const f32* const* inputs, const f32* const* sideChains,
+                              const AM_OutputRoutes& routes) {
+    appendInput(inputs, sideChains, blockFrames - inputDone);
+    if (outputDone < blockFrames) sendCarried(routes, blockFrames - outputDone);
+    AM_ASSERT(pendingOutput + pendingInput == k_latency, "carry out of step");
+}

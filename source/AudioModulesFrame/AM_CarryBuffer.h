@@ -1,0 +1,75 @@
+// The base latency of 16 frames: makes a grid of sub-blocks, multiples of 16 frames each, from host
+// blocks of any size.
+#pragma once
+
+#include "AM_OutputRoutes.h"
+
+// Holds up to 16 input frames that wait for a sub-block and up to 16 output frames that wait for
+// the host; together they are always 16, so the output is the input 16 frames later. Per host
+// block, on the audio thread:
+//
+//     carry.beginBlock(frames);
+//     while ((c = carry.nextSubBlock()) > 0) {
+//         carry.readInput(inputs, sideChains, bus);
+//         ... run the sub-block on `bus` ...
+//         carry.writeOutput(bus, routes);
+//     }
+//     carry.endBlock(inputs, sideChains, routes);
+//
+// The host may give the same memory for inputs and outputs, channel by channel or swapped: whatever
+// an output write could destroy has been read before.
+class AM_CarryBuffer {
+public:
+    static constexpr i32 k_latency = 16;
+
+    // Floats of memory for `numChannels` channels: outputs, inputs and side chains of 64 each.
+    static constexpr i32 memoryFloats(i32 numChannels) { return numChannels * 3 * k_regionFloats; }
+
+    // Works in `memory` from now on, which outlives it, for 1 to 16 channels; clears it.
+    void attach(f32* memory, i32 numChannels);
+    // Silence: no pending output, 16 pending input frames.
+    void clear();
+
+    // Starts a host block of `frames` frames; 0 is fine.
+    void beginBlock(i32 frames);
+    // The frames of the next sub-block, 16 to 64 and a multiple of 16; 0 if the block needs no
+    // more.
+    i32 nextSubBlock();
+    // Fills the sub-block in `bus` (channel c at c * 64; side chains behind the inputs), null
+    // channels with zeros, and keeps the input frames that the coming output would overwrite.
+    // `sideChains` is null if none is connected: then their channels are left alone.
+    void readInput(const f32* const* inputs, const f32* const* sideChains, f32* bus);
+    // How many frames of the sub-block go straight to the host; the others wait in the carry.
+    i32 directFrames() const;
+    // Sends waiting frames and the sub-block to the host and keeps what does not fit. The gain is
+    // applied already.
+    void writeOutput(const f32* bus, const AM_OutputRoutes& routes);
+    // Keeps the input frames that were not used and fills what the host has still room for.
+    void endBlock(const f32* const* inputs, const f32* const* sideChains,
+                  const AM_OutputRoutes& routes);
+
+    i32 getPendingInput() const { return pendingInput; }
+    i32 getPendingOutput() const { return pendingOutput; }
+
+private:
+    static constexpr i32 k_regionFloats = 64;
+
+    f32* outputCarry(i32 channel) const { return memory + channel * k_regionFloats; }
+    f32* inputCarry(i32 channel) const { return outputCarry(numChannels + channel); }
+    f32* sideCarry(i32 channel) const { return outputCarry(2 * numChannels + channel); }
+    void fillChannel(f32* target, const f32* carried, const f32* source) const;
+    void appendInput(const f32* const* inputs, const f32* const* sideChains, i32 count);
+    void sendCarried(const AM_OutputRoutes& routes, i32 count);
+
+    f32* memory = nullptr;
+    i32 numChannels = 0;
+    i32 pendingInput = k_latency;
+    i32 pendingOutput = 0;
+
+    // Of the block under way, in frames.
+    i32 blockFrames = 0;
+    i32 remaining = 0; // still to be computed; below 0: computed beyond the block's end
+    i32 subBlock = 0;
+    i32 inputDone = 0;
+    i32 outputDone = 0;
+};
