@@ -133,9 +133,10 @@ SoundWriter::SoundWriter(const std::string& path, int rate, SampleFormat format,
         if (!fs::is_regular_file(status)) throw RenderError("'" + path + "' is no regular file");
         if (!force) throw RenderError("'" + path + "' exists; --force overwrites it");
     }
-    temporary = (place.parent_path() /
-                 ("." + place.filename().string() + "." + std::to_string(::getpid()) + ".part"))
-                    .string();
+    std::string name = ".";
+    name += place.filename().string();
+    name.append(".").append(std::to_string(::getpid())).append(".part");
+    temporary = (place.parent_path() / name).string();
 
     if ((chosen.code & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV &&
         expectedFrames > k_wavLimitBytes / chosen.bytesPerFrame)
