@@ -168,7 +168,7 @@ TEST(Render, TailEndsWhenTheReverbSleeps) {
         return readSound(out);
     };
     const Sound shortOne = impulse({"--code", "EGUR1-A", "--set", "FB=5"});
-    const Sound longOne = impulse({"--code", "EGUR1-A", "--set", "FB=60"});
+    const Sound longOne = impulse({"--code", "EGUR1-A", "--set", "FB=85"});
     EXPECT_GT(shortOne.frames(), 44100u);
     EXPECT_LT(shortOne.frames() + 44100, longOne.frames());
     EXPECT_LT(longOne.frames(), 60u * 44100);
