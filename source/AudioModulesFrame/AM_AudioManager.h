@@ -42,8 +42,8 @@ struct AM_PluginInfo {
     char dataFolder[64] = "";
     u32 plugId = 0;
     i32 numChannels = 2;
-    std::atomic<i32> latency{0};  // frames
-    i32 voiceCount = 1;           // never idle
+    std::atomic<i32> latency{0}; // frames
+    i32 voiceCount = 1;          // never idle
     u8 loadingSong = 0;
     u8 wholeState = 0;
     u8 hasInputs = 1;
@@ -67,7 +67,7 @@ public:
 
 // How a change of latency reaches the host.
 enum AM_ReportMode : i32 {
-    k_reportAtTick = 0,    // with the next tick
+    k_reportAtTick = 0, // with the next tick
     k_reportEachSecond = 1,
     k_reportInReset = 2,
     k_reportAfterReset = 3, // with the first tick behind a reset
@@ -145,8 +145,8 @@ public:
     // --- host --------------------------------------------------------------------------
     // Null for none. A call that had begun on another thread may still run when this returns.
     virtual void setHostCallback(AM_HostCallback function, void* data);
-    // Tells the host (code as in AM_HostCode), on the caller's thread; dropped before the instance is
-    // initialised.
+    // Tells the host (code as in AM_HostCode), on the caller's thread; dropped before the instance
+    // is initialised.
     virtual void notifyHost(i32 code, i32 value);
     // Posts to the editor's side, if there is one.
     virtual void sendInterCom(const char* addressee, const char* subject, const char* content);
@@ -298,8 +298,6 @@ private:
     CircuitModule circuitSlot{};
     f64 swungDelta = 0;
 
-    // Cells of the meter rows, in the parameter manager.
-    f32* meterCells[7] = {};
     // Lights up with an event and fades from block to block; a meter shows it.
     f32 midiActivity = 0;
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 
 void AM_AudioMan::setTransport(BlockContext* block, f64 position, f64 barPosition) {
     if (block) AM_setTransport(*block, position, barPosition);
@@ -92,7 +93,9 @@ bool AM_AudioMan::baseLatencyNeeded() {
 
 // --- the paths ---------------------------------------------------------------------------
 
-void AM_AudioMan::processMultiChannelWithLatency() { processWithCarry(); }
+void AM_AudioMan::processMultiChannelWithLatency() {
+    processWithCarry();
+}
 
 void AM_AudioMan::processWithCarry() {
     const i32 channels = pluginInfo.numChannels;
@@ -243,15 +246,20 @@ void AM_AudioMan::endBlock(i32 framesDone, i32 numMeters) {
 }
 
 void AM_AudioMan::publishMeters() {
-    const f32 values[] = {
-        inputMeter.rmsDecibels(),       inputMeter.peakDecibels(), outputMeter.rmsDecibels(),
-        outputMeter.peakDecibels(),     midiActivity,              context->swungGate,
-        channelMaps.numMappedChannels,
+    const std::pair<AM_StandardRow, f32> meters[] = {
+        {k_rowInputVU, inputMeter.rmsDecibels()},
+        {k_rowInputPeak, inputMeter.peakDecibels()},
+        {k_rowOutputVU, outputMeter.rmsDecibels()},
+        {k_rowOutputPeak, outputMeter.peakDecibels()},
+        {k_rowMidiLed, midiActivity},
+        {k_rowChanMet, channelMaps.numMappedChannels},
     };
-    static_assert(std::size(values) == std::size(decltype(meterCells){}));
-    for (size_t i = 0; i < std::size(values); ++i)
-        if (meterCells[i])
-            std::atomic_ref<f32>(*meterCells[i]).store(values[i], std::memory_order_relaxed);
+    for (const auto& [row, value] : meters)
+        paraMan->setMeter(row, value);
+    for (i32 c = 0; c < k_maxChannels; ++c) {
+        paraMan->setChannelLevel(0, c, inputMeter.channelRms(c));
+        paraMan->setChannelLevel(1, c, outputMeter.channelRms(c));
+    }
 }
 
 // A block that overlapped the load of a state leaves nothing of the old one to be heard.

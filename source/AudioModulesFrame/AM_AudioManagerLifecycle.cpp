@@ -16,12 +16,11 @@
 #include <cstring>
 #include <mutex>
 #include <new>
-#include <utility>
 
 namespace {
 
 constexpr i32 k_hostCapacity = 100;
-constexpr i32 k_baseLatency = 16;        // frames
+constexpr i32 k_baseLatency = 16; // frames
 constexpr i32 k_ticksPerSecond = 20;
 constexpr i32 k_apiAsksItself = 4;       // an interface that fetches the latency
 constexpr u64 k_longRender = 2000000000; // ns
@@ -71,8 +70,10 @@ void AM_AudioMan::deleteLeftObjects() {
     };
     while (AM_Object* left = hostObjects ? firstModule() : nullptr) {
         auto* root = dynamic_cast<AM_Tree*>(left);
-        while (root && root->getParent()) root = root->getParent();
-        while (root && root->getPrevious()) root = root->getPrevious();
+        while (root && root->getParent())
+            root = root->getParent();
+        while (root && root->getPrevious())
+            root = root->getPrevious();
         delete (root ? root : left);
     }
 }
@@ -128,7 +129,9 @@ void AM_AudioMan::createCore() {
     addToMainCircuit(paraMan);
 }
 
-void AM_AudioMan::createModules() { AM_Log("void AM_AudioMan::createModules()"); }
+void AM_AudioMan::createModules() {
+    AM_Log("void AM_AudioMan::createModules()");
+}
 
 void AM_AudioMan::addToMainCircuit(AM_AudioObject* module) {
     if (context) {
@@ -213,22 +216,6 @@ void AM_AudioMan::numberObjects() {
 
 void AM_AudioMan::buildParameters() {
     paraMan->buildTable(circuit);
-    // Standard rows that the block path reads as fields of the context.
-    const std::pair<AM_StandardRow, void*> fields[] = {
-        {k_rowSwingBase, &context->swingGrid},
-        {k_rowSwing, &context->swingAmount},
-        {k_rowSwingTrigger, &context->swingLocked},
-        {k_rowChannelLayout, &context->channelLayout},
-        {k_rowSurroundOptions, &context->lfeMode},
-    };
-    for (const auto& [row, field] : fields)
-        paraMan->setParamPointer(paraMan->standardId(row), field);
-    const AM_StandardRow meters[] = {k_rowInputVU,    k_rowInputPeak,  k_rowOutputVU,
-                                     k_rowOutputPeak, k_rowMidiLed,    k_rowSwingLight,
-                                     k_rowChanMet};
-    static_assert(std::size(meters) == std::size(decltype(meterCells){}));
-    for (size_t i = 0; i < std::size(meters); ++i)
-        meterCells[i] = static_cast<f32*>(paraMan->getParamPointer(paraMan->standardId(meters[i])));
     circuit->setupAll();
     circuit->updateAll();
     paraMan->completeTable();
@@ -270,7 +257,8 @@ void AM_AudioMan::setSampleRate(f64 rate) {
     circuit->updateAll();
 }
 
-void AM_AudioMan::setBlockSize(i32) {}
+void AM_AudioMan::setBlockSize(i32) {
+}
 
 void AM_AudioMan::setRenderMode(i32 mode) {
     {

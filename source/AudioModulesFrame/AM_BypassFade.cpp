@@ -37,8 +37,8 @@ void AM_BypassFade::mix(f32* wet, const f32* dry, u32 seen, i32 numQuads) {
     const i32 frames = numQuads * k_quadFrames;
     constexpr f32 whole = static_cast<f32>(k_steps);
     f32 g = static_cast<f32>(counter(seen)) / whole;
-    f32 step = (static_cast<f32>(after(counter(seen), numQuads)) / whole - g) /
-               static_cast<f32>(frames);
+    f32 step =
+        (static_cast<f32>(after(counter(seen), numQuads)) / whole - g) / static_cast<f32>(frames);
     if (isActive(seen)) {
         g = 1.0f - g;
         step = -step;

@@ -5,7 +5,8 @@
 namespace {
 
 i32 countConnected(const f32* const* channels) {
-    return k_maxChannels - static_cast<i32>(std::count(channels, channels + k_maxChannels, nullptr));
+    return k_maxChannels -
+           static_cast<i32>(std::count(channels, channels + k_maxChannels, nullptr));
 }
 
 // The first connected channel, 0 if there is none.
@@ -50,7 +51,8 @@ void AM_ChannelMaps::build(const f32* const* inputs, const f32* const* outputs, 
         mapDirect(lfeMode, numOutputs);
         break;
     case 1:
-        for (i32 c = 0; c < k_maxChannels; ++c) positions[c] = static_cast<f32>(c);
+        for (i32 c = 0; c < k_maxChannels; ++c)
+            positions[c] = static_cast<f32>(c);
         numMappedChannels = 8;
         break;
     case 2:
@@ -88,7 +90,8 @@ void AM_ChannelMaps::mapDirect(i32 lfeMode, i32 numOutputs) {
         outputMap[c] = c + shift < k_maxChannels ? outputMap[c + shift] : -1;
     }
     const f32 centre = static_cast<f32>(std::max(numOutputs - shift, 1) - 1) * 0.5f;
-    for (i32 c = 0; c < k_maxChannels; ++c) positions[c] = 1.0f - centre + static_cast<f32>(c);
+    for (i32 c = 0; c < k_maxChannels; ++c)
+        positions[c] = 1.0f - centre + static_cast<f32>(c);
 }
 
 void AM_ChannelMaps::mapPair(i32 first) {
@@ -112,7 +115,8 @@ void AM_ChannelMaps::mapMono(i32 numChannels, i32 input, i32 output) {
 }
 
 void AM_ChannelMaps::mapInputs(i32 modulus, i32 lfeMode, i32 numInputs, i32 numChannels) {
-    for (i32 c = 0; c < k_maxChannels; ++c) inputMap[c] = c < numChannels ? c % modulus : -1;
+    for (i32 c = 0; c < k_maxChannels; ++c)
+        inputMap[c] = c < numChannels ? c % modulus : -1;
     surroundPositions(positions);
     if (numInputs % 2 != 0) return;
     if (lfeMode > 0) outputMap[1] = -1;
@@ -121,8 +125,8 @@ void AM_ChannelMaps::mapInputs(i32 modulus, i32 lfeMode, i32 numInputs, i32 numC
 
 void AM_ChannelMaps::silenceUnmapped(const f32* const* outputs) {
     for (i32 c = 0; c < k_maxChannels; ++c) {
-        const bool mapped = std::find(outputMap, outputMap + k_maxChannels, c) !=
-                            outputMap + k_maxChannels;
+        const bool mapped =
+            std::find(outputMap, outputMap + k_maxChannels, c) != outputMap + k_maxChannels;
         channelSilent[c] = outputs[c] && !mapped ? 1 : 0;
     }
 }

@@ -11,11 +11,11 @@ struct AM_ChannelMaps {
     f32 positions[k_maxChannels];     // from left (-) to right (+), 1 apart or, around 0, 2
     f32 numMappedChannels;            // a code of the layout: its row in the channel meter
 
-    // `layout` 0 auto, 1 all channels, 2 to 5 one pair ("1-2", "3-4", "5-6", "7-8"), 6 mono, 7 pairs,
-    // 8 sum; `lfeMode` 0 to 2. Layouts that hand one host channel to many bus channels do so for the
-    // plug-in's `numChannels`. Out of range values count as 0. The number of outputs that are
-    // connected overrides the layout: one makes it mono, two make it the first pair but for layouts
-    // 6 and 8.
+    // `layout` 0 auto, 1 all channels, 2 to 5 one pair ("1-2", "3-4", "5-6", "7-8"), 6 mono, 7
+    // pairs, 8 sum; `lfeMode` 0 to 2. Layouts that hand one host channel to many bus channels do so
+    // for the plug-in's `numChannels`. Out of range values count as 0. The number of outputs that
+    // are connected overrides the layout: one makes it mono, two make it the first pair but for
+    // layouts 6 and 8.
     void build(const f32* const* inputs, const f32* const* outputs, i32 layout, i32 lfeMode,
                i32 numChannels);
     // One behind the highest bus channel in use.

@@ -117,8 +117,7 @@ void AM_CircuitObject::buildRows() {
         rows.push_back(ParameterInfo("", "Active", k_integer, 0, 1, 1).withFlags(0x84));
     if (hasSyncTrigger) {
         syncTriggerRow = static_cast<i32>(rows.size());
-        rows.push_back(
-            ParameterInfo("CiTr", "Sync Trigger", k_integer, 0, 1, 1).withFlags(0x104));
+        rows.push_back(ParameterInfo("CiTr", "Sync Trigger", k_integer, 0, 1, 1).withFlags(0x104));
     }
     for (size_t i = 0; i < rows.size(); ++i)
         rows[i].indexInOwner = static_cast<i32>(i);
@@ -170,8 +169,8 @@ void AM_CircuitObject::fillSlot(i32 index, AM_AudioObject& child, i32 firstChann
 
 void AM_CircuitObject::setModule(const char* name, i32 firstInput, i32 firstOutput) {
     const i32 last = hostContext ? hostContext->numBusChannels - numChannels : -1;
-    const bool routable = firstInput >= 0 && firstInput <= last && firstOutput >= 0 &&
-                          firstOutput <= last;
+    const bool routable =
+        firstInput >= 0 && firstInput <= last && firstOutput >= 0 && firstOutput <= last;
     for (i32 s = 0; routable && modData && s < numSlots; ++s) {
         AM_CircuitParams& p = params();
         CircuitModule& slot = p.slots[s];

@@ -45,11 +45,13 @@ public:
     i32 getModDataSize() override;
     const ParameterInfo* getParameterInfo(i32 index) override;
     void* getParameterPointer(i32 index) override;
-    // "Randomize" draws new values; a bypass row starts or turns the fade of its module. Any thread.
+    // "Randomize" draws new values; a bypass row starts or turns the fade of its module. Any
+    // thread.
     void parameterChanged(i32* index, f32* value, f32* time) override;
     void getModSourceName(i32 index, AM_ModSourceName* record) override;
     AM_ProcessFunction getProcessFunction(BlockContext* context) override;
-    // Whether the object with this id is in the calling order and active. 0 stands for this circuit.
+    // Whether the object with this id is in the calling order and active. 0 stands for this
+    // circuit.
     bool isModulated(i32 id) override;
     // The main circuit leaves its own rows alone: they are the output level and the switches.
     void randomize(f32 amount) override;
@@ -90,13 +92,13 @@ public:
     AM_ModTargets& getModTargets() { return modTargets; }
 
 private:
-    static void processPlain(i32* start, i32* numQuads, CircuitModule* slot,
-                             BlockContext* context);
+    static void processPlain(i32* start, i32* numQuads, CircuitModule* slot, BlockContext* context);
     static void processSynchronous(i32* start, i32* numQuads, CircuitModule* slot,
                                    BlockContext* context);
 
     AM_CircuitParams& params() const { return *reinterpret_cast<AM_CircuitParams*>(modData); }
-    void runModules(i32 start, i32 numQuads, i32 channels, BlockContext* context, bool isSynchronous);
+    void runModules(i32 start, i32 numQuads, i32 channels, BlockContext* context,
+                    bool isSynchronous);
     void crossfade(i32 start, i32 numQuads, u32 seen, CircuitModule* slot, BlockContext* context);
     void publishModValues(const AM_AudioObject& module, i32 numQuads, BlockContext* context);
     void buildRows();

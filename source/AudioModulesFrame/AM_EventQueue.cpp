@@ -14,7 +14,8 @@ constexpr i32 k_audioAttempts = 4000;
 } // namespace
 
 AM_EventQueue::AM_EventQueue() {
-    for (auto& half : halves) half = std::make_unique<AM_MidiEvent[]>(k_capacity);
+    for (auto& half : halves)
+        half = std::make_unique<AM_MidiEvent[]>(k_capacity);
 }
 
 bool AM_EventQueue::lock() {
@@ -31,8 +32,8 @@ bool AM_EventQueue::post(i32 type, i32 id, f32 field1, f32 field2, u32 timestamp
     if (!lock()) return false;
     const bool fits = writeCount < k_capacity;
     if (fits) {
-        halves[writeHalf][writeCount] = {type, id, field1, field2, timestamp,
-                                         static_cast<u32>(writeCount)};
+        halves[writeHalf][writeCount] = {type,   id,        field1,
+                                         field2, timestamp, static_cast<u32>(writeCount)};
         ++writeCount;
     }
     unlock();

@@ -8,11 +8,11 @@
 
 // Types of events. `id` is the channel, except for notes, where it may be a note's own number.
 enum AM_EventType : i32 {
-    k_eventNote = 0,         // field1 pitch, field2 velocity, 0 for note off
-    k_eventController = 1,   // field1 controller, field2 its value as sent
-    k_eventPitchBend = 2,    // field2 -1 to 1
-    k_eventModWheel = 3,     // field2 0 to 1
-    k_eventPressure = 4,     // field1 key or -1 for all, field2 0 to 1
+    k_eventNote = 0,       // field1 pitch, field2 velocity, 0 for note off
+    k_eventController = 1, // field1 controller, field2 its value as sent
+    k_eventPitchBend = 2,  // field2 -1 to 1
+    k_eventModWheel = 3,   // field2 0 to 1
+    k_eventPressure = 4,   // field1 key or -1 for all, field2 0 to 1
     k_eventAllNotesOff = 6,
     k_eventSustain = 8,
 };
@@ -36,12 +36,14 @@ public:
 
     AM_EventQueue();
 
-    // Appends an event; false, and the event dropped, if its half is full or the lock cannot be had.
+    // Appends an event; false, and the event dropped, if its half is full or the lock cannot be
+    // had.
     bool post(i32 type, i32 id, f32 field1, f32 field2, u32 timestamp);
 
     // --- audio thread, within a block ----------------------------------------------------------
-    // Exchanges the halves and sorts the one to be read by timestamp, equal ones as posted. What was
-    // not read before is gone. If the lock cannot be had, there is nothing to read in this block.
+    // Exchanges the halves and sorts the one to be read by timestamp, equal ones as posted. What
+    // was not read before is gone. If the lock cannot be had, there is nothing to read in this
+    // block.
     void swapEvents();
     // The next event in front of `to`, or null.
     const AM_MidiEvent* next(u32 to);

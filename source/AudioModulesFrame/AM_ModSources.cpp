@@ -65,12 +65,14 @@ void AM_ModSources::runSource(const BlockContext& context, i32 source, i32 numQu
         fill(source, target);
         return;
     }
+    const f32 before = current;
     for (i32 i = 0; i < count; ++i) {
         current += step;
         if (buffers) buffers[source * 16 + i] = current;
     }
     filled[source] = false;
-    if (std::fabs(target - current) < k_closeEnough) {
+    // A step too small for a large value to notice is the end, too.
+    if (std::fabs(target - current) < k_closeEnough || current == before) {
         current = target;
         step = 0;
     }

@@ -21,8 +21,8 @@ public:
     };
     static_assert(sizeof(State) == 96);
 
-    // Works on `state` and on the four ModBuffers of 16 floats at `buffers`, both zeroed memory that
-    // outlives it; null buffers are not written.
+    // Works on `state` and on the four ModBuffers of 16 floats at `buffers`, both zeroed memory
+    // that outlives it; null buffers are not written.
     void attach(State* newState, f32* newBuffers);
     // Sets where a source is heading; a value that is not finite is ignored.
     void setTarget(i32 source, f32 value);

@@ -13,8 +13,8 @@ struct AM_ModTarget {
     f32 scale;
     f32 depth;
     const f32* source;
-    const f32* via;  // null for none
-    f32 viaAmount;   // percent
+    const f32* via; // null for none
+    f32 viaAmount;  // percent
     f32 kept = 0;
     f32 applied = 0;
     i32 active = 0;

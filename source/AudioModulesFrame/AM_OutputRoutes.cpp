@@ -37,15 +37,18 @@ void AM_OutputRoutes::write(const f32* source, i32 stride, i32 first, i32 count)
         f32* to = target[c] + first;
         const f32 factor = scale[c];
         if (adds[c])
-            for (i32 i = 0; i < count; ++i) to[i] += from[i] * factor;
+            for (i32 i = 0; i < count; ++i)
+                to[i] += from[i] * factor;
         else
-            for (i32 i = 0; i < count; ++i) to[i] = from[i] * factor;
+            for (i32 i = 0; i < count; ++i)
+                to[i] = from[i] * factor;
     }
 }
 
 void AM_cleanNonFinite(f32* samples, i32 count) {
     for (i32 i = 0; i < count; ++i)
-        samples[i] = std::fabs(samples[i]) < std::numeric_limits<f32>::infinity() ? samples[i] : 0.0f;
+        samples[i] =
+            std::fabs(samples[i]) < std::numeric_limits<f32>::infinity() ? samples[i] : 0.0f;
 }
 
 void AM_cleanNotNormal(f32* samples, i32 count) {

@@ -7,8 +7,8 @@
 // number, so a host whose left and right output are one buffer gets (L + R) / 2.
 class AM_OutputRoutes {
 public:
-    // Channel c of the first `numChannels` (at most 16) to `outputs[c]`; null ones are dropped. With
-    // a single output connected all channels go there.
+    // Channel c of the first `numChannels` (at most 16) to `outputs[c]`; null ones are dropped.
+    // With a single output connected all channels go there.
     void connect(f32* const* outputs, i32 numChannels);
     // Channel c to `outputs[map[c]]`; a negative entry drops the channel.
     void connectMapped(f32* const* outputs, const i32* map, i32 numChannels);

@@ -16,9 +16,7 @@ public:
     AM_PreferenceValues() { values[k_prefBaseLatency].store(1, std::memory_order_relaxed); }
 
     // 0 for an id that does not exist.
-    i32 get(i32 id) const {
-        return exists(id) ? values[id].load(std::memory_order_relaxed) : 0;
-    }
+    i32 get(i32 id) const { return exists(id) ? values[id].load(std::memory_order_relaxed) : 0; }
     // Returns whether the value is a new one; an id that does not exist is ignored.
     bool set(i32 id, i32 value) {
         return exists(id) && values[id].exchange(value, std::memory_order_relaxed) != value;

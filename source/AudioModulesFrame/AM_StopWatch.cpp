@@ -8,7 +8,9 @@ AM_StopWatch::AM_StopWatch(AM_AudioMan* owner) : AM_AudioObject(owner, "watch: w
     setupObject(k_classAudioModulator, 0, 2, 0, 0);
 }
 
-AM_StopWatch::~AM_StopWatch() { AM_Log("max CPU @ %s: %f", getName(), getHighestUsage()); }
+AM_StopWatch::~AM_StopWatch() {
+    AM_Log("max CPU @ %s: %f", getName(), getHighestUsage());
+}
 
 void AM_StopWatch::start(i32 frames, f64 sampleRate) {
     if (master) {

@@ -39,32 +39,32 @@ static_assert(std::atomic<u32>::is_always_lock_free);
 // One per instance, at the head of its single allocation. Written by the host's
 // binding between blocks and by the block path; modules read it.
 struct BlockContext {
-    f32 sampleRate;        // Hz
-    f32 sampleReciprocal;  // 1 / sampleRate, s
-    f64 sampleRateD;       // Hz
-    f64 samplePeriod;      // 1 / sampleRate, s
-    i32 sampleRateI;       // Hz, rounded
-    f64 bpm;               // quarter notes a minute, default 120
-    f64 position;          // quarter notes, at the start of the current sub-block
-    f64 previousPosition;  // quarter notes, what the host reported last
-    i32 swingGrid;         // index into AM_syncTable
-    f32 swingAmount;       // from 0 up
+    f32 sampleRate;       // Hz
+    f32 sampleReciprocal; // 1 / sampleRate, s
+    f64 sampleRateD;      // Hz
+    f64 samplePeriod;     // 1 / sampleRate, s
+    i32 sampleRateI;      // Hz, rounded
+    f64 bpm;              // quarter notes a minute, default 120
+    f64 position;         // quarter notes, at the start of the current sub-block
+    f64 previousPosition; // quarter notes, what the host reported last
+    i32 swingGrid;        // index into AM_syncTable
+    f32 swingAmount;      // from 0 up
     f64 swungBpm;
     f64 swungPosition;
-    f32 swungGate;         // 0 or 1
+    f32 swungGate; // 0 or 1
     i32 swingLocked;
     f64 swingOrigin;
     f64 swingPhaseRaw;
     f64 swingPhase;
-    f32 quartersPerBar;    // numerator * 4 / denominator, default 4
-    f64 barPosition;       // quarter notes, the last bar start
-    i32 barTick;           // 1 in the sub-block in which a bar line falls
+    f32 quartersPerBar; // numerator * 4 / denominator, default 4
+    f64 barPosition;    // quarter notes, the last bar start
+    i32 barTick;        // 1 in the sub-block in which a bar line falls
     i32 refreshCountdown;
     i32 refreshPeriod;
-    i32 transportJumped;   // 1 after the host's position differed from the expected one
-    u64 quadCounter;       // quads processed since the start
-    i32 quadsLeft;         // quads left in the host block behind the current sub-block
-    f32* outputs[k_maxChannels];     // host buffers; null: not connected
+    i32 transportJumped;         // 1 after the host's position differed from the expected one
+    u64 quadCounter;             // quads processed since the start
+    i32 quadsLeft;               // quads left in the host block behind the current sub-block
+    f32* outputs[k_maxChannels]; // host buffers; null: not connected
     f32* inputs[k_maxChannels];
     f32* sideChains[k_maxChannels];
     f32* audioBuffer;      // bus memory: channel c at c * 64 floats, 16-byte aligned
@@ -74,12 +74,12 @@ struct BlockContext {
     f32* modBuffers;       // 16 floats a ModBuffer
     f32* modValues;        // last value of each ModBuffer
     i32 numModBuffers;
-    u32 activeMods[2];     // bit masks of the ModBuffers in use, 24 bits and 32 bits
-    i32 smoothingMode;     // MIDI smoothing: 0 off, 1 light, 2 smooth
-    i32 numFrames;         // frames in the current host block
-    i32 floatMode;         // 3; above 1 a VST2 binding changes the floating-point control word
-    i32 channelLayout;     // speaker layout that the host asked for, 0 to 8
-    i32 lfeMode;           // 0 to 2
+    u32 activeMods[2]; // bit masks of the ModBuffers in use, 24 bits and 32 bits
+    i32 smoothingMode; // MIDI smoothing: 0 off, 1 light, 2 smooth
+    i32 numFrames;     // frames in the current host block
+    i32 floatMode;     // 3; above 1 a VST2 binding changes the floating-point control word
+    i32 channelLayout; // speaker layout that the host asked for, 0 to 8
+    i32 lfeMode;       // 0 to 2
     i32 patchVersion;
-    i32 renderMode;        // -1 unknown, 0 real time, 1 offline
+    i32 renderMode; // -1 unknown, 0 real time, 1 offline
 };

@@ -4,8 +4,24 @@
 #include "AM_Text.h"
 
 const AM_PluginTableRow AM_pluginTable[k_pluginTableRows] = {
-    {3, k_glassmereId, 1, 0, "Glassmere", 1, AM_fourCharacters("VLfX"), 0, 0, "vela", 1, 2, 1, 1200,
-     600, {}},
+    {
+        .kind = 3,
+        .id = k_glassmereId,
+        .value1 = 1,
+        .value2 = 0,
+        .name = "Glassmere",
+        .value3 = 1,
+        .secondId = AM_fourCharacters("VLfX"),
+        .secondIdEnd = 0,
+        .reserved1 = 0,
+        .maker = "vela",
+        .value4 = 1,
+        .value5 = 2,
+        .value6 = 1,
+        .value7 = 1200,
+        .value8 = 600,
+        .reserved2 = {},
+    },
 };
 
 const AM_PluginTableRow* AM_findPlugin(const char* name) {

@@ -37,7 +37,9 @@ Glassmere_AudioMan::~Glassmere_AudioMan() {
     liveInstances.fetch_sub(1);
 }
 
-i32 Glassmere_AudioMan::getLiveInstances() { return liveInstances.load(); }
+i32 Glassmere_AudioMan::getLiveInstances() {
+    return liveInstances.load();
+}
 
 void Glassmere_AudioMan::createModules() {
     if (pluginInfo.plugId != k_glassmereId) return;
