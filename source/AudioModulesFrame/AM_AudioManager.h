@@ -184,7 +184,8 @@ public:
     AM_AudioObject* getParameterOwner(i32 id) const;
     // The next value of the instance's generator, in [min, max). Any thread.
     f32 randomRange(f32 min, f32 max);
-    virtual void scheduleModUpdate() {}
+    // Has refreshModulationMap called at the start of the next block. Any thread.
+    virtual void scheduleModUpdate() { modulationDirty.store(true, std::memory_order_relaxed); }
     virtual void refreshModulationMap() {}
     virtual void routingChanged(AM_AudioObject*, f32) {}
     boost::recursive_mutex& getStateLock() { return stateLock; }

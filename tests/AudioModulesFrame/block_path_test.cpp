@@ -145,17 +145,6 @@ TEST(BlockPath, SubBlocksOfTheDirectMode) {
     EXPECT_EQ(man.output[0][16], 1.0f);
 }
 
-TEST(BlockPath, SubBlocksOfTheCarry) {
-    FilterMan man(2);
-    EXPECT_EQ(man.sizes(1), std::vector<i32>{1});
-    for (i32 n = 0; n < 15; ++n)
-        EXPECT_TRUE(man.sizes(1).empty());
-    man.reset();
-    EXPECT_EQ(man.sizes(100), (std::vector<i32>{4, 3}));
-    EXPECT_EQ(man.sizes(100), (std::vector<i32>{4, 2}));
-    EXPECT_EQ(man.getBlockContext()->quadCounter, 1u + 7 + 6);
-}
-
 TEST(BlockPath, ChannelsAndFramesMayBeMissing) {
     for (const i32 baseLatency : {1, 0}) {
         FilterMan man(2);

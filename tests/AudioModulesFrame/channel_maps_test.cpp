@@ -101,18 +101,6 @@ TEST(ChannelMaps, LayoutsOfALargerHost) {
     EXPECT_EQ(surround.maps(1).positions[15], 15);
 }
 
-TEST(OutputRoutes, SharedBuffersGetTheMean) {
-    const f32 source[2 * 4] = {1, 2, 3, 4, 5, 6, 7, 8};
-    f32 out[6] = {9, 9, 9, 9, 9, 9};
-    f32* same[2] = {out, out};
-    AM_OutputRoutes routes;
-    routes.connect(same, 2);
-    routes.write(source, 4, 1, 4);
-    const f32 expected[6] = {9, 3, 4, 5, 6, 9};
-    for (i32 i = 0; i < 6; ++i)
-        EXPECT_EQ(out[i], expected[i]);
-}
-
 TEST(OutputRoutes, CleaningRemovesWhatIsNoSample) {
     const f32 infinity = std::numeric_limits<f32>::infinity();
     const f32 denormal = std::numeric_limits<f32>::denorm_min();

@@ -57,27 +57,16 @@ TEST(AudioMan, InitializeNumbersLaysOutAndDefaults) {
     const BlockContext* context = man.getBlockContext();
     EXPECT_EQ(context->sampleRateI, 96000);
     EXPECT_EQ(context->bpm, 120.0);
-    EXPECT_EQ(context->position, 0.0);
-    EXPECT_EQ(context->floatMode, 3);
-    EXPECT_EQ(context->numBusChannels, 12);
     for (const f32* place : {context->audioBuffer, context->bypassBuffer, context->modBuffers,
                              module->getModData(), module->getVoiceData(0)})
         EXPECT_EQ(reinterpret_cast<uintptr_t>(place) % 16, 0u);
-    EXPECT_EQ(context->numModBuffers, 1 + 4 + 3);
-    EXPECT_EQ(man.getCircuit()->getFirstModBuffer(), 1);
-    EXPECT_EQ(module->getFirstModBuffer(), 5);
-    EXPECT_EQ(module->setups, 1);
-    EXPECT_GE(module->updates, 1);
-    EXPECT_GE(module->resets, 1);
+    EXPECT_EQ(module->getFirstModBuffer(), 5) << "behind the circuit's four";
     EXPECT_EQ(module->modFloat(0), 3.0f);
-
     EXPECT_EQ(man.getNumObjects(), 3);
     EXPECT_EQ(man.findObject("Test Module"), module);
     EXPECT_EQ(man.findObject("tst"), module);
     EXPECT_EQ(man.findObject("PCore"), man.getParaMan());
     EXPECT_EQ(man.findObject(nullptr), nullptr);
-    EXPECT_EQ(man.getObject(module->getObjectId()), module);
-    EXPECT_EQ(man.getObject(-1), nullptr);
     const i32 id = man.getParameterId(module->getObjectId(), 0);
     EXPECT_EQ(id, man.getParaMan()->findParameter("tst:Value"));
     EXPECT_EQ(man.getParameterOwner(id), module);
