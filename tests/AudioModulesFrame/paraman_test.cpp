@@ -185,6 +185,13 @@ TEST_F(ParaMan, ImmediateWritesEndARamp) {
     EXPECT_EQ(module->modFloat(k_smooth), 30);
     EXPECT_EQ(log.count("already queued in slot"), 1);
 
+    set(k_smooth, 100);
+    steps(5);
+    set(k_smooth, 30, true);
+    table->update(); // as a reset does it: no sub-block, and no ramp is left behind
+    EXPECT_EQ(module->modFloat(k_smooth), 30);
+    EXPECT_EQ(table->runtime().queuedCount, 0);
+
     table->pushImmediate();
     set(k_smooth, 40);
     table->popImmediate();
@@ -471,6 +478,9 @@ TEST_F(ParaMan, SeveralMetasAddUpOnOneTarget) {
     EXPECT_FLOAT_EQ(module->modFloat(k_smooth), 50 + 20 - 30);
     EXPECT_EQ(module->modInt(k_whole), 10); // 3 + 7.5, held at its maximum
     EXPECT_EQ(value(k_smooth), 50);         // the table is not touched
+    table->setParameterValue(meta, 38);
+    steps(1);
+    EXPECT_EQ(module->modInt(k_whole), 9); // the nearest to 3 + 5.7
     table->setParameterValue(meta, -100);
     steps(1);
     EXPECT_FLOAT_EQ(module->modFloat(k_smooth), 50 + 10 - 30);

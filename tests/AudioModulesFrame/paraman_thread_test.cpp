@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <bit>
 #include <thread>
 
 namespace {
@@ -25,6 +26,33 @@ std::vector<ParameterInfo> manyRows() {
 
 } // namespace
 
+TEST(AtomicBits, NoSetIsLostToATake) {
+    AM_AtomicBits bits;
+    bits.resize(63);
+    std::atomic<int> set{0}, running{3};
+    std::vector<std::thread> setters;
+    for (i32 first = 0; first < 63; first += 21)
+        setters.emplace_back([&, first] {
+            int count = 0;
+            for (i32 i = 0; i < 300000; ++i) {
+                const i32 bit = first + i % 21; // this thread's alone
+                if (bits.test(bit)) continue;
+                bits.set(bit);
+                ++count;
+            }
+            set.fetch_add(count);
+            running.fetch_sub(1);
+        });
+    int taken = 0;
+    for (bool last = false; !last;) {
+        last = running.load() == 0;
+        taken += std::popcount(bits.take(0));
+    }
+    for (std::thread& setter : setters)
+        setter.join();
+    EXPECT_EQ(taken, set.load());
+}
+
 TEST(ParaManThreads, WritersNeverLoseAValueOrLeaveTheRange) {
     TestMan man;
     TestModule* module = man.plan("Tst: Test", manyRows());
@@ -34,7 +62,7 @@ TEST(ParaManThreads, WritersNeverLoseAValueOrLeaveTheRange) {
 
     std::atomic<int> running{3};
     const auto write = [&](u32 seed) {
-        for (int i = 0; i < 4000; ++i) {
+        for (int i = 0; i < 20000; ++i) {
             seed = seed * 1664525 + 1013904223;
             const i32 row = static_cast<i32>((seed >> 8) % k_rows);
             const f32 value = static_cast<f32>((seed >> 16) % 101);
