@@ -239,10 +239,9 @@ void AM_CircuitObject::switchModule(i32 entry, bool on) {
     for (i32 s = 0; s < numSlots; ++s) {
         CircuitModule& slot = p.slots[s];
         if (slot.object != module) continue;
-        const u32 state = slot.state.load(std::memory_order_relaxed);
-        // A module whose fade has not ended still sounds; emptying it would be heard as a step.
-        const bool silent = !AM_BypassFade::isActive(state) && AM_BypassFade::counter(state) == 0;
-        if (on && silent) module->reset();
+        const bool active = AM_BypassFade::isActive(slot.state.load(std::memory_order_relaxed));
+        // Switched on, a module starts empty: no tail of before the bypass is heard.
+        if (on && !active) module->reset();
         AM_BypassFade::toggle(slot.state, on);
     }
 }

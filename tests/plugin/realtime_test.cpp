@@ -136,7 +136,7 @@ TEST(RealTime, TheWatchSeesWhatItShould) {
     std::free(block);
     t_caught = nullptr;
     t_watching = true;
-    delete new int volatile(3);
+    ::operator delete(::operator new(8));
     t_watching = false;
     EXPECT_NE(t_caught, nullptr);
 }
