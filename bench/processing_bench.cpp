@@ -38,9 +38,7 @@ public:
         std::fill(left.begin(), left.end(), 0.0f);
         std::fill(right.begin(), right.end(), 0.0f);
     }
-    AM_DelayNetWorks& network() {
-        return *static_cast<AM_DelayNetWorks*>(man->findObject("FDN"));
-    }
+    AM_DelayNetWorks& network() { return *static_cast<AM_DelayNetWorks*>(man->findObject("FDN")); }
     void block() {
         BlockContext* context = man->getBlockContext();
         context->inputs[0] = left.data();

@@ -20,8 +20,7 @@ constexpr u16 k_emptyPlace = 1000;
 constexpr std::array<u16, k_primerSize> makePrimeFactorCounts() {
     std::array<u16, k_primerSize> counts{};
     for (i32 n = 2; n < 90; ++n) {
-        if (counts[n] != 0)
-            continue;
+        if (counts[n] != 0) continue;
         for (i32 m = 2 * n; m < k_primerSize; m += n)
             ++counts[m];
     }
@@ -34,14 +33,14 @@ i32 drawInt(AM_ModelGenerator& generator, f32 lo, f32 hi) {
 }
 
 void raise(u16& mark, u16 limit) {
-    if (mark < limit)
-        ++mark;
+    if (mark < limit) ++mark;
 }
 
 } // namespace
 
 AM_CollisionLaws::AM_CollisionLaws()
-    : markTable(k_tableSize + 2), marks(markTable.data() + 1), sums(k_tableSize) {}
+    : markTable(k_tableSize + 2), marks(markTable.data() + 1), sums(k_tableSize) {
+}
 
 u32 AM_CollisionLaws::draw(AM_ModelGenerator& generator, i32 law, AM_DelayLengths& lengths) {
     AM_Log("Seed %d", generator.seed);
@@ -56,11 +55,21 @@ u32 AM_CollisionLaws::draw(AM_ModelGenerator& generator, i32 law, AM_DelayLength
 
     u32 tests = 0;
     switch (law) {
-    case k_lawFirstOrder: tests = firstOrder(generator, range, lengths); break;
-    case k_lawSecondOrder: tests = secondOrder(generator, range, lengths); break;
-    case k_lawPrimer: tests = primer(generator, range, lengths); break;
-    case k_lawChromatic: chromatic(generator, lengths); break;
-    default: tests = doublettesInRange(generator, range, lengths); break;
+    case k_lawFirstOrder:
+        tests = firstOrder(generator, range, lengths);
+        break;
+    case k_lawSecondOrder:
+        tests = secondOrder(generator, range, lengths);
+        break;
+    case k_lawPrimer:
+        tests = primer(generator, range, lengths);
+        break;
+    case k_lawChromatic:
+        chromatic(generator, lengths);
+        break;
+    default:
+        tests = doublettesInRange(generator, range, lengths);
+        break;
     }
     AM_Log("collisionLaw ran %d tests", tests);
     return tests;
@@ -79,8 +88,7 @@ u32 AM_CollisionLaws::doublettesInRange(AM_ModelGenerator& generator, Range rang
     // The last length stays as drawn.
     for (i32 i = 1; i < k_numDelays - 1; ++i) {
         for (i32 tries = 0; tries < 1000; ++tries) {
-            if (marks[lengths[i] / width] == 0)
-                break;
+            if (marks[lengths[i] / width] == 0) break;
             ++tests;
             lengths[i] = drawInt(generator, range.lo, range.hi);
         }
@@ -107,10 +115,8 @@ u32 AM_CollisionLaws::firstOrder(AM_ModelGenerator& generator, Range range,
         i32 d = 0;
         for (i32 draws = 0; draws < k_maxDraws && attempts / 5 < collisions; ++draws) {
             d = drawInt(generator, range.lo, range.hi);
-            if (marks[d] != 0)
-                continue;
-            if (sums[d] == k_noSum)
-                sums[d] = sumOfMultiples(d);
+            if (marks[d] != 0) continue;
+            if (sums[d] == k_noSum) sums[d] = sumOfMultiples(d);
             collisions = sums[d];
             ++attempts;
             ++tests;
@@ -157,10 +163,8 @@ u32 AM_CollisionLaws::secondOrder(AM_ModelGenerator& generator, Range range,
         i32 d = 0;
         for (i32 draws = 0; draws < k_maxDraws && threshold < collisions; ++draws) {
             d = drawInt(generator, range.lo, range.hi);
-            if (marks[d] != 0)
-                continue;
-            if (sums[d] == k_noSum)
-                sums[d] = sumOfPairs(d, lengths, i);
+            if (marks[d] != 0) continue;
+            if (sums[d] == k_noSum) sums[d] = sumOfPairs(d, lengths, i);
             collisions = sums[d];
             ++tests;
             ++threshold;
@@ -172,8 +176,7 @@ u32 AM_CollisionLaws::secondOrder(AM_ModelGenerator& generator, Range range,
     return tests;
 }
 
-u32 AM_CollisionLaws::primer(AM_ModelGenerator& generator, Range range,
-                             AM_DelayLengths& lengths) {
+u32 AM_CollisionLaws::primer(AM_ModelGenerator& generator, Range range, AM_DelayLengths& lengths) {
     AM_Log("Collision Primer");
     u32 tests = 0;
     for (i32& length : lengths) {
@@ -182,8 +185,7 @@ u32 AM_CollisionLaws::primer(AM_ModelGenerator& generator, Range range,
         i32 d = 0;
         for (i32 draws = 0; draws < k_maxDraws && attempts / 10 < limit; ++draws) {
             d = drawInt(generator, range.lo, range.hi);
-            if (marks[d] != 0)
-                continue;
+            if (marks[d] != 0) continue;
             limit = primeFactorCounts[d];
             ++attempts;
             ++tests;
@@ -226,20 +228,17 @@ void AM_CollisionLaws::sortLengths(AM_DelayLengths& lengths, i32 (&sorted)[k_num
     }
     i32 found = 0;
     for (i32 place = 0; found < k_numDelays; ++place)
-        if (marks[place] != k_emptyPlace)
-            sorted[found++] = place;
+        if (marks[place] != k_emptyPlace) sorted[found++] = place;
 }
 
 void AM_CollisionLaws::arrange(i32 arrangement, i32 numMatrices, i32 matrixSize,
                                AM_DelayLengths& lengths) {
-    if (arrangement == 0)
-        return;
+    if (arrangement == 0) return;
     i32 sorted[k_numDelays];
     sortLengths(lengths, sorted);
     const auto reportOnes = [&] {
         for (i32 i = 0; i < k_numDelays; ++i)
-            if (lengths[i] == 1)
-                AM_Log("ALERT! delays[ %d ] == 1", i);
+            if (lengths[i] == 1) AM_Log("ALERT! delays[ %d ] == 1", i);
     };
     if (arrangement == 1) {
         AM_Log("Rising");

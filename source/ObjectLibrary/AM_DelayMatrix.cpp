@@ -62,7 +62,8 @@ void iDelayMatrix::setElement(iDelayElement* element, i32 index) {
     elements[index] = element;
 }
 
-template <i32 N> f32 fdnMatrixHouseHolder<N>::tick(f32 input, f32 feedback) {
+template <i32 N>
+f32 fdnMatrixHouseHolder<N>::tick(f32 input, f32 feedback) {
     feedback = effective(feedback);
     const f32 m = read();
     const f32 c = feedback * -2.0f;

@@ -46,7 +46,8 @@ protected:
 };
 
 // Reflection through the mean: y - 2 * mean(y). `tick` returns the mean.
-template <i32 N> class fdnMatrixHouseHolder final : public iDelayMatrix {
+template <i32 N>
+class fdnMatrixHouseHolder final : public iDelayMatrix {
 public:
     fdnMatrixHouseHolder() { setElements(inlineElements, N); }
     f32 tick(f32 input, f32 feedback) override;

@@ -94,8 +94,7 @@ void panOutputs(AM_DelayModel& model) {
 u32 AM_hashCodeTail(const char* code) {
     u32 hash = 0;
     const char* dash = std::strchr(code, '-');
-    if (!dash)
-        return hash;
+    if (!dash) return hash;
     for (const char* c = dash + 1; *c; ++c)
         hash = hash * 31u + static_cast<u32>(static_cast<i32>(static_cast<signed char>(*c)));
     return hash;
@@ -129,14 +128,14 @@ void AM_DelayModelBuilder::start(const char* code, AM_DelayModel& model) {
     generator.start(model.hash);
 }
 
-void AM_DelayModelBuilder::finish(AM_DelayModel& model) { model.seed = generator.seed; }
+void AM_DelayModelBuilder::finish(AM_DelayModel& model) {
+    model.seed = generator.seed;
+}
 
 void AM_DelayModelBuilder::buildStructure(i32 routing, i32 family, AM_DelayModel& model) {
     AM_Log("Structure %d - %d", routing, family);
-    if (family < 0 || family >= k_numFamilies)
-        family = k_hadamard4;
-    if (routing < 0 || routing > 3)
-        routing = 0;
+    if (family < 0 || family >= k_numFamilies) family = k_hadamard4;
+    if (routing < 0 || routing > 3) routing = 0;
     model.family = family;
     model.routing = routing;
     model.numMatrices = AM_matrixFamilies[family].numMatrices;
@@ -146,10 +145,18 @@ void AM_DelayModelBuilder::buildStructure(i32 routing, i32 family, AM_DelayModel
     model.numInputs = model.numOutputs = 0;
     AM_Log(AM_routingNames[routing]);
     switch (routing) {
-    case 1: routeDistributed(model); break;
-    case 2: routeTwoInMany(model); break;
-    case 3: routePairs(model); break;
-    default: routeWide(model); break;
+    case 1:
+        routeDistributed(model);
+        break;
+    case 2:
+        routeTwoInMany(model);
+        break;
+    case 3:
+        routePairs(model);
+        break;
+    default:
+        routeWide(model);
+        break;
     }
     panOutputs(model);
 }
@@ -169,9 +176,7 @@ void AM_DelayModelBuilder::setBridges(i32 kind, AM_DelayModel& model) {
     const i32 width = model.matrixSize;
     const i32 rows = model.numMatrices;
     // A bridge joins the first lines of two matrices.
-    const auto bridge = [&](i32 row, i32 source) {
-        model.aliases[row * width] = source * width;
-    };
+    const auto bridge = [&](i32 row, i32 source) { model.aliases[row * width] = source * width; };
     switch (kind) {
     case 1:
         for (i32 k = 2; k < rows - 1; k += 4) {
@@ -205,6 +210,8 @@ void AM_DelayModelBuilder::setBridges(i32 kind, AM_DelayModel& model) {
         AM_Log("Alias %d -> %d | %d -> %d", (last + 1) * width, 2 * width, last * width, 3 * width);
         break;
     }
-    default: AM_Log("No Bridges"); break;
+    default:
+        AM_Log("No Bridges");
+        break;
     }
 }

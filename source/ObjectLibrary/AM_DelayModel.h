@@ -16,10 +16,10 @@
 #include "AM_Types.h"
 
 inline constexpr i32 k_numSelections = 8;
-inline constexpr i32 k_maxCode = 32;    // characters of a code with its terminator
+inline constexpr i32 k_maxCode = 32; // characters of a code with its terminator
 inline constexpr i32 k_maxRoutes = 32;
 inline constexpr i32 k_maxMatrices = 16;
-inline constexpr i32 k_maxDelayLength = 8191;  // samples, the mask of a line's ring
+inline constexpr i32 k_maxDelayLength = 8191; // samples, the mask of a line's ring
 
 // The alphabets of the eight selections.
 extern const char* const AM_codeAlphabets[k_numSelections];
@@ -47,8 +47,8 @@ extern const char* const AM_routingNames[4];
 // Where a matrix gets its input from: an input tap, or another matrix.
 struct AM_InputRoute {
     bool fromMatrix;
-    i32 source;  // index of the tap (0 to 3) or of the matrix
-    i32 target;  // index of the matrix
+    i32 source; // index of the tap (0 to 3) or of the matrix
+    i32 target; // index of the matrix
 };
 
 struct AM_DelayModel {
@@ -71,11 +71,11 @@ struct AM_DelayModel {
     i32 numInputs;
     AM_InputRoute inputs[k_maxRoutes];
     i32 numOutputs;
-    i32 outputs[k_maxRoutes];  // indices of matrices
-    f32 outputPan[k_maxRoutes];  // 0 left to 1 right
+    i32 outputs[k_maxRoutes];   // indices of matrices
+    f32 outputPan[k_maxRoutes]; // 0 left to 1 right
     f32 outputGain[k_maxRoutes];
-    f32 outputLeft[k_maxRoutes];   // sqrt(1 - pan) * gain
-    f32 outputRight[k_maxRoutes];  // sqrt(pan) * gain
+    f32 outputLeft[k_maxRoutes];  // sqrt(1 - pan) * gain
+    f32 outputRight[k_maxRoutes]; // sqrt(pan) * gain
 };
 
 // Hash of the text behind the first '-' of `code`: h * 31 + character; 0 without a '-'.

@@ -38,11 +38,11 @@ struct AM_DelayNetworkElements {
 
 namespace {
 
-constexpr i32 k_lineSize = 8192;   // samples of a line's ring
-constexpr i32 k_feedSize = 256;    // samples of a tap's ring
-constexpr i32 k_ringSize = 64;     // samples of a resampler's ring
-constexpr i32 k_maxTail = 22;      // characters of a tail behind eight letters and '-'
-constexpr f32 k_inputCutoff = 0.012046485f;  // until the first block knows the rate
+constexpr i32 k_lineSize = 8192;            // samples of a line's ring
+constexpr i32 k_feedSize = 256;             // samples of a tap's ring
+constexpr i32 k_ringSize = 64;              // samples of a resampler's ring
+constexpr i32 k_maxTail = 22;               // characters of a tail behind eight letters and '-'
+constexpr f32 k_inputCutoff = 0.012046485f; // until the first block knows the rate
 constexpr f32 k_outputCutoff = 0.03125f;
 constexpr const char* k_defaultCode = "press button";
 constexpr const char* k_seedAlphabet = "QWERTZUIOPASDFGHJLYXCVNBM!1234567890?";
@@ -162,7 +162,9 @@ void AM_DelayNetWorks::buildStructure(i32 routing, i32 family) {
     builder->buildStructure(routing, family, exchange->buildSlot());
 }
 
-void AM_DelayNetWorks::setBridges(i32 kind) { builder->setBridges(kind, exchange->buildSlot()); }
+void AM_DelayNetWorks::setBridges(i32 kind) {
+    builder->setBridges(kind, exchange->buildSlot());
+}
 
 void AM_DelayNetWorks::collisionLaw(i32 law, i32 arrangement) {
     builder->collisionLaw(law, arrangement, exchange->buildSlot());
@@ -181,22 +183,19 @@ void AM_DelayNetWorks::applyParams() {
 }
 
 const ParameterInfo* AM_DelayNetWorks::getParameterInfo(i32 index) {
-    if (index < 0 || index >= kNumParameters)
-        return nullptr;
+    if (index < 0 || index >= kNumParameters) return nullptr;
     return &parameterTable()[index];
 }
 
 void* AM_DelayNetWorks::getParameterPointer(i32 index) {
-    if (!modData || index < 0 || index >= kNumParameters)
-        return nullptr;
+    if (!modData || index < 0 || index >= kNumParameters) return nullptr;
     return modData + index;
 }
 
 void AM_DelayNetWorks::setParameterComplex(i32* index, const void* bytes, i32 size) {
     (void)size;
     const ParameterInfo* info = getParameterInfo(*index);
-    if (!ready || !info || std::strcmp(info->longName, "Params") != 0)
-        return;
+    if (!ready || !info || std::strcmp(info->longName, "Params") != 0) return;
     AM_Log("Params: %s", static_cast<const char*>(bytes));
     AM_Log("AM_DelayNetWorks::setParameterComplex");
     applyParams();
@@ -204,8 +203,7 @@ void AM_DelayNetWorks::setParameterComplex(i32* index, const void* bytes, i32 si
 }
 
 void AM_DelayNetWorks::parameterChanged(i32* index, f32* value, f32*) {
-    if (!ready || !(*value > 0.5f) || (*index != kRandDelay && *index != kRandomModel))
-        return;
+    if (!ready || !(*value > 0.5f) || (*index != kRandDelay && *index != kRandomModel)) return;
     if (AM_onAudioThread()) {
         pendingPresses.fetch_or(1u << *index, std::memory_order_relaxed);
         manager->postDeferred(this);
@@ -217,8 +215,7 @@ void AM_DelayNetWorks::parameterChanged(i32* index, f32* value, f32*) {
 void AM_DelayNetWorks::runDeferred() {
     const u32 presses = pendingPresses.exchange(0, std::memory_order_relaxed);
     for (const i32 parameter : {kRandomModel, kRandDelay})
-        if (presses & (1u << parameter))
-            press(parameter);
+        if (presses & (1u << parameter)) press(parameter);
 }
 
 void AM_DelayNetWorks::press(i32 parameter) {
@@ -230,12 +227,11 @@ void AM_DelayNetWorks::press(i32 parameter) {
 }
 
 void AM_DelayNetWorks::randomModel() {
-    char (&code)[k_maxCode] = myParams().paramString;
+    char(&code)[k_maxCode] = myParams().paramString;
     AM_Log("myParams->paramString = '%s'", code);
     char tail[k_maxTail + 1] = "";
     const char* dash = std::strchr(code, '-');
-    if (dash && dash > code)
-        AM_STD::copyText(tail, dash + 1);
+    if (dash && dash > code) AM_STD::copyText(tail, dash + 1);
     AM_Log("tmp= '%s'", tail);
     for (i32 i = 0; i < k_numSelections; ++i)
         code[i] = AM_LetterPicker::pick(AM_codeAlphabets[i]);
@@ -247,7 +243,7 @@ void AM_DelayNetWorks::randomModel() {
 
 void AM_DelayNetWorks::randDelay() {
     constexpr i32 lastPlace = 10;
-    char (&code)[k_maxCode] = myParams().paramString;
+    char(&code)[k_maxCode] = myParams().paramString;
     const char* dash = std::strchr(code, '-');
     i32 length = dash ? static_cast<i32>(dash - code) : lastPlace + 1;
     if (length > lastPlace) {
@@ -272,10 +268,13 @@ void AM_DelayNetWorks::codeChanged(const char* logText) {
 }
 
 void AM_DelayNetWorks::reset() {
-    if (ready)
-        myData().resetPending = 1;
+    if (ready) myData().resetPending = 1;
 }
 
-bool AM_DelayNetWorks::isAsleep() const { return asleep.load(std::memory_order_relaxed); }
+bool AM_DelayNetWorks::isAsleep() const {
+    return asleep.load(std::memory_order_relaxed);
+}
 
-AM_ProcessFunction AM_DelayNetWorks::getProcessFunction(BlockContext*) { return &processSubBlock; }
+AM_ProcessFunction AM_DelayNetWorks::getProcessFunction(BlockContext*) {
+    return &processSubBlock;
+}

@@ -20,7 +20,7 @@ struct AM_DelayNetworkData {
     DSP_SVF* filterRecords[4];
     DSP_SVF_ZeroDelay* filters[16];
     fdnMatrixHouseHolder<4>* rootMatrix;
-    fixedDelay* feeds[8];  // the input taps
+    fixedDelay* feeds[8]; // the input taps
     fdnMatrixHouseHolder<4>* householder4[16];
     fdnMatrixHadamardWalsh4* hadamard4[16];
     fdnMatrixGerzon4* gerzon4[16];
@@ -37,14 +37,14 @@ struct AM_DelayNetworkData {
     i32 numInputs;
     i32 numOutputs;
     fixedDelay* delays[k_numDelays];
-    f32 phase;  // of the internal clock, 0 to 1
+    f32 phase; // of the internal clock, 0 to 1
     std::atomic<i32> resetPending;
     fixedDelay* inputRing[2];
     fixedDelay* outputRing[2];
     AM_SincTable inputTable;
     AM_SincTable outputTable;
     f32 lastRatio;
-    i32 silentBlocks;  // 0 sounding; to 1000 fading; above asleep
+    i32 silentBlocks; // 0 sounding; to 1000 fading; above asleep
     f32 dryGain;
     f32 wetGain;
 };
@@ -53,15 +53,15 @@ static_assert(sizeof(AM_DelayNetworkData) == 11128);
 // The module's `modData`: its parameters, 4 bytes apart.
 struct AM_DelayNetworkParams {
     i32 mode;
-    f32 feedback;  // 0 to 100
-    f32 dry;       // percent
-    f32 wet;       // percent
+    f32 feedback; // 0 to 100
+    f32 dry;      // percent
+    f32 wet;      // percent
     i32 randDelay;
     i32 randomModel;
     i32 matrix;
-    f32 frequency;  // kHz, half the internal rate
+    f32 frequency; // kHz, half the internal rate
     char paramString[k_maxCode];
-    i32 gainLaw;  // of the model in force
+    i32 gainLaw; // of the model in force
 };
 static_assert(sizeof(AM_DelayNetworkParams) == 68);
 

@@ -20,15 +20,18 @@ struct Stereo {
     f32 right;
 };
 
-bool isAudible(f32 x) { return std::fabs(x) > k_silence; }
+bool isAudible(f32 x) {
+    return std::fabs(x) > k_silence;
+}
 // False for not-a-number and infinity too.
-bool isSane(f32 x) { return std::fabs(x) <= k_runaway; }
+bool isSane(f32 x) {
+    return std::fabs(x) <= k_runaway;
+}
 
 // One sample between two samples of the rings: `position`, 0 to 32, is the place in the table's
 // phases, interpolated linearly.
 Stereo resample(fixedDelay* const (&rings)[2], const AM_SincTable& table, f32 position) {
-    const i32 idx =
-        std::clamp(static_cast<i32>(std::floor(position)), 0, k_sincPhases);
+    const i32 idx = std::clamp(static_cast<i32>(std::floor(position)), 0, k_sincPhases);
     const f32 frac = position - static_cast<f32>(idx);
     Stereo sum{0.0f, 0.0f};
     for (i32 j = 0; j < k_sincTaps; ++j) {
@@ -76,8 +79,8 @@ private:
     AM_DelayNetworkData& d;
     AM_DelayNetworkParams& params;
     BlockContext& context;
-    f32 ratio = 1.0f;     // internal rate over host rate
-    f32 feedback = 0.0f;  // 0.25 to 1
+    f32 ratio = 1.0f;    // internal rate over host rate
+    f32 feedback = 0.0f; // 0.25 to 1
 };
 
 void AM_DelayNetworkRun::run(const f32* inLeft, const f32* inRight, f32* outLeft, f32* outRight,
@@ -136,8 +139,7 @@ void AM_DelayNetworkRun::run(const f32* inLeft, const f32* inRight, f32* outLeft
         outOn = outOn || isAudible(resultL) || isAudible(resultR);
     }
     // What is not finite would circle for ever and take the dry signal with it.
-    if (runaway)
-        d.resetPending = 1;
+    if (runaway) d.resetPending = 1;
     d.silentBlocks = (outOn || scan.anyOn) ? 0 : d.silentBlocks + 1;
 }
 
@@ -185,8 +187,7 @@ void AM_DelayNetworkRun::internalStep() {
 void AM_DelayNetWorks::processSubBlock(i32* start, i32* numQuads, CircuitModule* slot,
                                        BlockContext* context) {
     auto& module = static_cast<AM_DelayNetWorks&>(*slot->object);
-    if (const AM_DelayModel* model = module.exchange->fetch())
-        module.install(*model);
+    if (const AM_DelayModel* model = module.exchange->fetch()) module.install(*model);
     const i32 offset = *start * k_quadFrames;
     f32* in = context->audioBuffer + slot->firstInput * k_subBlockFrames + offset;
     f32* out = context->audioBuffer + slot->firstOutput * k_subBlockFrames + offset;
@@ -197,12 +198,18 @@ void AM_DelayNetWorks::processSubBlock(i32* start, i32* numQuads, CircuitModule*
 iDelayMatrix* AM_DelayNetWorks::matrixOf(i32 family, i32 index) const {
     const AM_DelayNetworkData& d = myData();
     switch (family) {
-    case k_householder4: return d.householder4[index];
-    case k_gerzon4: return d.gerzon4[index];
-    case k_householder6: return d.householder6[index];
-    case k_householder8: return d.householder8[index];
-    case k_hadamard8: return d.hadamard8[index];
-    default: return d.hadamard4[index];
+    case k_householder4:
+        return d.householder4[index];
+    case k_gerzon4:
+        return d.gerzon4[index];
+    case k_householder6:
+        return d.householder6[index];
+    case k_householder8:
+        return d.householder8[index];
+    case k_hadamard8:
+        return d.hadamard8[index];
+    default:
+        return d.hadamard4[index];
     }
 }
 
@@ -261,8 +268,7 @@ void AM_DelayNetWorks::setDelayGains(i32 gainLaw, f32 feedback) {
     for (fixedDelay* line : d.delays)
         line->setGain(feedback);
     // At full feedback the lines lose nothing.
-    if (feedback == 1.0f)
-        return;
+    if (feedback == 1.0f) return;
     // Internal samples in which the sound falls by 60 dB; a line's gain is its share of that.
     const f32 decay = feedback * feedback * 3990000.0f + 10000.0f;
     const f32 perSample = 1.0f / decay;

@@ -20,8 +20,7 @@ public:
     // The newest model if one came since the last fetch, else null; it stays untouched until the
     // next fetch. Audio thread; never waits.
     const AM_DelayModel* fetch() {
-        if (!(middle.load(std::memory_order_relaxed) & k_fresh))
-            return nullptr;
+        if (!(middle.load(std::memory_order_relaxed) & k_fresh)) return nullptr;
         front = middle.exchange(front, std::memory_order_acq_rel) & k_slotMask;
         return &slots[front];
     }

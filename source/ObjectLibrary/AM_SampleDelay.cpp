@@ -28,8 +28,7 @@ AM_SampleDelay::AM_SampleDelay(i32 inMax) {
 }
 
 AM_SampleDelay::~AM_SampleDelay() {
-    if (owned)
-        AM_free(samples - 1);
+    if (owned) AM_free(samples - 1);
 }
 
 f32 AM_SampleDelay::read(f32 input) {
@@ -79,7 +78,9 @@ void AM_SampleDelay::set(i32 inLen, i32 newMask) {
     len = mask;
 }
 
-fixedDelay::fixedDelay(i32 size) : delay(size) { delay.clear(); }
+fixedDelay::fixedDelay(i32 size) : delay(size) {
+    delay.clear();
+}
 
 f32 fixedDelay::tick(f32 input, f32 feedback) {
     const f32 y = read();

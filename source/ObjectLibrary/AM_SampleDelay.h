@@ -36,12 +36,12 @@ public:
     // "!foundZero"; a length above the mask is logged and held at the mask.
     void set(i32 inLen, i32 newMask);
 
-    f32* samples;   // guards at samples[-1] and samples[max]
+    f32* samples; // guards at samples[-1] and samples[max]
     i32 len;
     i32 max;
     i32 mask;
-    i32 write;      // the slot that the next sample goes to, always masked
-    i32 readIndex;  // set by construction and clear, read by nothing here
+    i32 write;     // the slot that the next sample goes to, always masked
+    i32 readIndex; // set by construction and clear, read by nothing here
     u8 owned;
 };
 

@@ -11,10 +11,18 @@ void DSP_SVF::updateShape() {
     damping = 2.0f - 2.0f * resonance;
     workCutoff = cutoff;
     switch (shape) {
-    case 0: mixLow = 1.0f; break;
-    case 1: mixHigh = 1.0f; break;
-    case 2: mixBand = 1.0f; break;
-    case 3: mixLow = mixHigh = 1.0f; break;
+    case 0:
+        mixLow = 1.0f;
+        break;
+    case 1:
+        mixHigh = 1.0f;
+        break;
+    case 2:
+        mixBand = 1.0f;
+        break;
+    case 3:
+        mixLow = mixHigh = 1.0f;
+        break;
     case 4: {
         const f32 g = dBToGain(gain * 0.5f);
         mixInput = 1.0f;
@@ -49,7 +57,9 @@ void DSP_SVF::updateShape() {
         mixLow = dBToGain(gain * -0.5f) - 1.0f;
         mixHigh = dBToGain(gain * 0.5f) - 1.0f;
         break;
-    default: AM_Log("Bad filter shape %d", shape); break;
+    default:
+        AM_Log("Bad filter shape %d", shape);
+        break;
     }
     frequency = static_cast<f32>(2.0 * std::sin(static_cast<f64>(workCutoff * 1.5707964f)));
 }
@@ -86,7 +96,6 @@ f32 AM_fastExp2(f32 v) {
 }
 
 f32 dBToGain(f32 decibels) {
-    if (!(decibels >= -120.0f))
-        return 0.0f;
+    if (!(decibels >= -120.0f)) return 0.0f;
     return AM_fastExp2(decibels * 0.16562499f);
 }

@@ -12,13 +12,13 @@ struct alignas(16) DSP_SVF {
     f32 mixInput;
     f32 mixHigh;
     f32 frequency;
-    f32 damping;    // the k of the equations
-    f32 shelfGain;  // 1 unless a shape sets it
-    i32 shape;      // 0 low-pass, 1 high-pass, 2 band-pass, 3 notch, 4 to 6 forms A to C, 7 all-pass,
-                    // 8 form D
-    f32 cutoff;     // over the Nyquist frequency
-    f32 resonance;  // 0 to 1
-    f32 gain;       // dB
+    f32 damping;   // the k of the equations
+    f32 shelfGain; // 1 unless a shape sets it
+    i32 shape;  // 0 low-pass, 1 high-pass, 2 band-pass, 3 notch, 4 to 6 forms A to C, 7 all-pass,
+                // 8 form D
+    f32 cutoff; // over the Nyquist frequency
+    f32 resonance; // 0 to 1
+    f32 gain;      // dB
     f32 workCutoff;
     f32 a1, a2, a3, a4;
 

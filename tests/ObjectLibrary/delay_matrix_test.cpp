@@ -11,7 +11,8 @@
 namespace {
 
 // A matrix over lines of length 1, each holding one known output.
-template <class Matrix, i32 N> struct Group {
+template <class Matrix, i32 N>
+struct Group {
     Matrix matrix;
     std::vector<std::unique_ptr<fixedDelay>> lines;
 
@@ -43,7 +44,8 @@ template <class Matrix, i32 N> struct Group {
 };
 
 // Energy out over energy in of the mix, for each column, and the columns' products.
-template <class Matrix, i32 N> void expectOrthogonal(f32 scale) {
+template <class Matrix, i32 N>
+void expectOrthogonal(f32 scale) {
     Group<Matrix, N> group;
     std::vector<std::vector<f32>> columns;
     for (i32 k = 0; k < N; ++k)

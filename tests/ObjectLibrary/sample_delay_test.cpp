@@ -64,8 +64,7 @@ TEST(FixedDelay, LoopDelayIsOneMoreThanTheLength) {
         f32 level = 0.0f;
         for (i32 n = 0; n < 300 && heard < 0; ++n) {
             level = line.tick(n == 0 ? 1.0f : 0.0f, 0.5f);
-            if (level != 0.0f)
-                heard = n;
+            if (level != 0.0f) heard = n;
         }
         EXPECT_EQ(heard, length + 1);
         EXPECT_EQ(level, 1.0f);

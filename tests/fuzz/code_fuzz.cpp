@@ -13,7 +13,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (model.lengths[k] < 1 || model.lengths[k] > k_maxDelayLength ||
             model.aliases[k] >= k_numDelays)
             std::abort();
-    if (model.numInputs != model.numMatrices || model.numOutputs > k_maxMatrices)
-        std::abort();
+    if (model.numInputs != model.numMatrices || model.numOutputs > k_maxMatrices) std::abort();
     return 0;
 }

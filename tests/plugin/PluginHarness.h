@@ -67,19 +67,14 @@ public:
     explicit Plugin(f64 rate = 48000.0, const char* code = nullptr) : man(k_glassmereId) {
         man.initialize();
         man.setSampleRate(rate);
-        if (code)
-            setCode(code);
+        if (code) setCode(code);
     }
 
     AM_ParaMan& paraMan() { return *man.getParaMan(); }
-    AM_DelayNetWorks& network() {
-        return *static_cast<AM_DelayNetWorks*>(man.findObject("FDN"));
-    }
+    AM_DelayNetWorks& network() { return *static_cast<AM_DelayNetWorks*>(man.findObject("FDN")); }
     i32 id(const char* name) { return paraMan().findParameter(name); }
     // In force from the next frame, without a ramp.
-    void set(const char* name, f32 value) {
-        paraMan().setParameterValue(id(name), value, 0, true);
-    }
+    void set(const char* name, f32 value) { paraMan().setParameterValue(id(name), value, 0, true); }
     void setCode(const std::string& code) {
         paraMan().setParameterValueComplex(id("FDN:Params"), code.c_str(),
                                            static_cast<i32>(code.size()) + 1);
@@ -106,8 +101,7 @@ public:
         StereoBuffer output(input.size());
         StereoBuffer& target = inPlace ? work : output;
         for (size_t done = 0; done < input.size();) {
-            const i32 frames =
-                static_cast<i32>(std::min<size_t>(nextSize(), input.size() - done));
+            const i32 frames = static_cast<i32>(std::min<size_t>(nextSize(), input.size() - done));
             block(&work.left[done], &work.right[done], &target.left[done], &target.right[done],
                   frames);
             done += static_cast<size_t>(frames);
@@ -115,7 +109,8 @@ public:
         return target;
     }
     StereoBuffer run(const StereoBuffer& input, i32 blockSize = 512, bool inPlace = false) {
-        return run(input, [blockSize] { return blockSize; }, inPlace);
+        return run(
+            input, [blockSize] { return blockSize; }, inPlace);
     }
 
     Glassmere_AudioMan man;

@@ -62,8 +62,7 @@ TEST(Golden, Models) {
 TEST(Golden, Renders) {
     for (const GoldenRender& golden : goldenRenders) {
         const u64 hash = hashRender(golden);
-        EXPECT_EQ(hash, golden.samples)
-            << "{\"" << golden.code << "\", " << golden.rate << ", " << golden.feedback << "f, 0x"
-            << std::hex << hash << "u},";
+        EXPECT_EQ(hash, golden.samples) << "{\"" << golden.code << "\", " << golden.rate << ", "
+                                        << golden.feedback << "f, 0x" << std::hex << hash << "u},";
     }
 }

@@ -24,8 +24,7 @@ TEST(Product, HostNumbersAreFrozen) {
     i32 count = 0;
     for (i32 id = 0; id < plugin.paraMan().getNumParams(); ++id) {
         const ParameterInfo& row = *plugin.paraMan().row(id);
-        if (!(row.flags & k_flagHost))
-            continue;
+        if (!(row.flags & k_flagHost)) continue;
         ASSERT_LT(count, 5);
         EXPECT_STREQ(row.longName, published[count]);
         EXPECT_EQ(row.hostId, count);
@@ -38,8 +37,7 @@ TEST(Product, EveryNumberStartsAtItsDefaultAndReachesItsLimits) {
     Plugin plugin;
     for (i32 id = 0; id < plugin.paraMan().getNumParams(); ++id) {
         const ParameterInfo& row = *plugin.paraMan().row(id);
-        if (row.isMeter() || row.isComplex() || (row.flags & k_flagMomentary))
-            continue;
+        if (row.isMeter() || row.isComplex() || (row.flags & k_flagMomentary)) continue;
         EXPECT_EQ(plugin.paraMan().getParameterValue(id), row.defaultValue) << row.longName;
         EXPECT_EQ(plugin.id(row.longName), plugin.id(row.longName));
         for (const f32 beyond : {row.maxValue + 1.0f, row.minValue - 1.0f}) {

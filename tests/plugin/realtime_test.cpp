@@ -21,11 +21,13 @@ thread_local int t_locks __attribute__((tls_model("initial-exec"))) = 0;
 thread_local const char* t_caught __attribute__((tls_model("initial-exec"))) = nullptr;
 
 void caught(const char* what) {
-    if (t_watching && !t_caught)
-        t_caught = what;
+    if (t_watching && !t_caught) t_caught = what;
 }
 
-template <class F> F next(const char* name) { return reinterpret_cast<F>(dlsym(RTLD_NEXT, name)); }
+template <class F>
+F next(const char* name) {
+    return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
+}
 
 } // namespace
 
@@ -58,19 +60,16 @@ int posix_memalign(void** out, size_t alignment, size_t size) {
     return *out ? 0 : 12;
 }
 void free(void* block) {
-    if (block)
-        caught("free");
+    if (block) caught("free");
     __libc_free(block);
 }
 int pthread_mutex_lock(pthread_mutex_t* mutex) {
     static const auto real = next<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
-    if (t_watching)
-        ++t_locks;
+    if (t_watching) ++t_locks;
     return real(mutex);
 }
 int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
-    static const auto real =
-        next<int (*)(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
+    static const auto real = next<int (*)(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
     caught("pthread_cond_wait");
     return real(condition, mutex);
 }
@@ -151,18 +150,42 @@ TEST(RealTime, BlocksNeitherAllocateNorWaitNorEnterTheSystem) {
         for (i32 n = 0; n < 600; ++n) {
             // All that can happen between blocks, among it what makes a block log or rebuild.
             switch (n % 12) {
-            case 0: plugin.paraMan().setParameterValue(plugin.id("Wet"), n % 100); break;
-            case 1: plugin.setCode(randomCode(engine)); break;
-            case 2: plugin.set("Freq", 1.0f + n % 19); break;
-            case 3: plugin.man.setSampleRate(n & 1 ? 44100.0 : 96000.0); break;
-            case 4: plugin.man.reset(); break;
-            case 5: plugin.man.setBypass(n % 24 == 5); break;
-            case 6: plugin.man.getBlockContext()->bpm = n % 24 == 6 ? 0.0 : 120.0; break;
-            case 7: buffer.left[5] = std::nanf(""); break;
-            case 8: plugin.man.setPreferenceValue(k_prefBaseLatency, 0); break;
-            case 9: plugin.man.processEvent(3, 0, 0.5f, 0.0f, 7); break;
-            case 10: plugin.paraMan().setParameterValue(plugin.id("Swing"), n % 90); break;
-            default: buffer = n % 24 == 11 ? noise(4096, n) : StereoBuffer(4096); break;
+            case 0:
+                plugin.paraMan().setParameterValue(plugin.id("Wet"), n % 100);
+                break;
+            case 1:
+                plugin.setCode(randomCode(engine));
+                break;
+            case 2:
+                plugin.set("Freq", 1.0f + n % 19);
+                break;
+            case 3:
+                plugin.man.setSampleRate(n & 1 ? 44100.0 : 96000.0);
+                break;
+            case 4:
+                plugin.man.reset();
+                break;
+            case 5:
+                plugin.man.setBypass(n % 24 == 5);
+                break;
+            case 6:
+                plugin.man.getBlockContext()->bpm = n % 24 == 6 ? 0.0 : 120.0;
+                break;
+            case 7:
+                buffer.left[5] = std::nanf("");
+                break;
+            case 8:
+                plugin.man.setPreferenceValue(k_prefBaseLatency, 0);
+                break;
+            case 9:
+                plugin.man.processEvent(3, 0, 0.5f, 0.0f, 7);
+                break;
+            case 10:
+                plugin.paraMan().setParameterValue(plugin.id("Swing"), n % 90);
+                break;
+            default:
+                buffer = n % 24 == 11 ? noise(4096, n) : StereoBuffer(4096);
+                break;
             }
             const i32 frames = n % 7 == 0 ? 0 : static_cast<i32>(1 + engine() % 4096);
             i32 locks = 0;

@@ -9,8 +9,7 @@ namespace {
 
 bool allFinite(const StereoBuffer& b) {
     for (size_t i = 0; i < b.size(); ++i)
-        if (!std::isfinite(b.left[i]) || !std::isfinite(b.right[i]))
-            return false;
+        if (!std::isfinite(b.left[i]) || !std::isfinite(b.right[i])) return false;
     return true;
 }
 
@@ -40,7 +39,8 @@ TEST(Reverb, AnyBlockSizesGiveTheSamplesOfOneLongPass) {
         std::copy_n(input.left.begin(), 2000, start.left.begin());
         std::copy_n(input.right.begin(), 2000, start.right.begin());
         const StereoBuffer got = single.run(start, 1);
-        EXPECT_EQ(std::memcmp(got.left.data(), expected.left.data(), 2000 * sizeof(f32)), 0) << code;
+        EXPECT_EQ(std::memcmp(got.left.data(), expected.left.data(), 2000 * sizeof(f32)), 0)
+            << code;
     }
 }
 
@@ -145,8 +145,7 @@ TEST(Reverb, EnergyStaysBoundedAtHighFeedback) {
     for (i32 round = 0; round < 12; ++round) {
         std::string code = randomCode(engine);
         // The one structure that grows: sign-pattern matrices, pairs, and the ring of bridges.
-        if (code[0] == 'C' && code[1] == 'T' && code[2] == 'N')
-            code[2] = 'U';
+        if (code[0] == 'C' && code[1] == 'T' && code[2] == 'N') code[2] = 'U';
         Plugin plugin(48000.0, code.c_str());
         plugin.set("FB", 99.0f);
         plugin.set("Wet", 100.0f);

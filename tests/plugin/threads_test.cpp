@@ -16,8 +16,9 @@ TEST(Threads, WritersButtonsAndRebuildsWhileAudioRuns) {
                 body(n);
         });
     };
-    const i32 rows[] = {plugin.id("FB"), plugin.id("Dry"), plugin.id("Wet"), plugin.id("CcOp"),
-                        plugin.id("Freq"), plugin.id("Active FDN"), plugin.id("Swing")};
+    const i32 rows[] = {plugin.id("FB"),   plugin.id("Dry"),  plugin.id("Wet"),
+                        plugin.id("CcOp"), plugin.id("Freq"), plugin.id("Active FDN"),
+                        plugin.id("Swing")};
     std::vector<std::thread> threads;
     threads.push_back(loop([&](u32 n) {
         AM_ParaMan& paraMan = plugin.paraMan();
@@ -31,10 +32,8 @@ TEST(Threads, WritersButtonsAndRebuildsWhileAudioRuns) {
     threads.push_back(loop([&](u32 n) {
         std::mt19937 engine(n);
         plugin.setCode(randomCode(engine));
-        if (n % 50 == 0)
-            plugin.man.reset();
-        if (n % 20 == 0)
-            plugin.man.tick();
+        if (n % 50 == 0) plugin.man.reset();
+        if (n % 20 == 0) plugin.man.tick();
     }));
     const StereoBuffer input = noise(64 * 40);
     bool finite = true;
