@@ -23,6 +23,8 @@ add_library(glassmere_options INTERFACE)
 target_compile_options(glassmere_options INTERFACE
   -Wall -Wextra -ffp-contract=off -fno-fast-math
   $<$<BOOL:${GLASSMERE_WERROR}>:-Werror>)
+# What a program keeps of __FILE__ begins at the repository's root.
+target_compile_options(glassmere_options INTERFACE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 if(GLASSMERE_SANITIZE)
   target_compile_options(glassmere_options INTERFACE
     -fsanitize=${GLASSMERE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

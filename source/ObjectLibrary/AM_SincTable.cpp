@@ -5,9 +5,10 @@
 
 void AM_fillSinc(AM_SincTable& table, f32 cutoff) {
     constexpr f64 pi = std::numbers::pi;
+    constexpr i32 middle = k_sincEntries / 2;
     f64 t = 0.0;
     for (i32 i = 0; i < k_sincEntries; ++i) {
-        f64 x = static_cast<f64>(i - k_sincEntries / 2) * static_cast<f64>(cutoff);
+        f64 x = static_cast<f64>(i - middle) * static_cast<f64>(cutoff);
         f64 sinc = 1.0;
         if (x != 0.0) {
             x *= pi;
