@@ -4,52 +4,24 @@
 #include "AM_AudioManager.h"
 #include "AM_AudioThread.h"
 #include "AM_ParaMan.h"
+#include "ground/LogCapture.h"
 
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-// Keeps the log's lines while it lives.
-class LogCatcher : public AM_LogSink {
-public:
-    LogCatcher() { previous = AM_setLogSink(this); }
-    ~LogCatcher() override { AM_setLogSink(previous); }
-    void writeLine(std::string_view line) override {
-        std::lock_guard hold(mutex);
-        lines.emplace_back(line);
-    }
-    // Lines that hold `text`.
-    int count(std::string_view text) {
-        AM_flushLog();
-        std::lock_guard hold(mutex);
-        int found = 0;
-        for (const std::string& line : lines)
-            found += line.find(text) != std::string::npos;
-        return found;
-    }
-
-private:
-    AM_LogSink* previous;
-    std::mutex mutex;
-    std::vector<std::string> lines;
-};
-
-// A module with any rows. Row i has its value in modData[i] unless `pointerless(i)` was called;
-// complex rows have their bytes in `bytes`.
+// A module with any rows. Row i has its value in modData[i] unless it is `pointerless`; complex
+// rows have their bytes in `bytes`.
 class TestModule : public AM_AudioObject {
 public:
     TestModule(AM_AudioMan* owner, const char* name, std::vector<ParameterInfo> table = {},
                i32 channels = 2, u32 typeBits = 0, i32 modSources = 0, i32 buffers = 0)
-        : AM_AudioObject(owner, name), rows(std::move(table)), hidden(rows.size(), false),
-          bytes(rows.size() * 64) {
+        : AM_AudioObject(owner, name), rows(std::move(table)), bytes(rows.size() * 64) {
         setupObject(typeBits, static_cast<i32>(rows.size()), channels, modSources, buffers);
     }
-
-    void pointerless(i32 index) { hidden[static_cast<size_t>(index)] = true; }
 
     i32 getDataSize() override { return dataBytes; }
     i32 getModDataSize() override {
@@ -59,25 +31,21 @@ public:
         return index >= 0 && static_cast<size_t>(index) < rows.size() ? &rows[index] : nullptr;
     }
     void* getParameterPointer(i32 index) override {
-        if (index < 0 || static_cast<size_t>(index) >= rows.size() || hidden[index]) return nullptr;
+        if (!getParameterInfo(index) || index == pointerless) return nullptr;
         if (rows[index].isComplex()) return bytes.data() + index * 64;
         return modData ? modData + index : nullptr;
     }
     void parameterChanged(i32* index, f32* value, f32* time) override {
         changes.fetch_add(1, std::memory_order_relaxed);
-        lastIndex.store(*index, std::memory_order_relaxed);
-        lastValue.store(*value, std::memory_order_relaxed);
         if (onChange) onChange(*index, *value, *time);
     }
     void setParameterComplex(i32*, const void* block, i32 size) override {
-        complexes.fetch_add(1);
         lastComplex.assign(static_cast<const char*>(block), static_cast<size_t>(size));
     }
     void process(i32* start, i32* numQuads, CircuitModule* slot, BlockContext* block) override {
         ++processed;
         if (onProcess) onProcess(*start, *numQuads, slot, block);
     }
-    void setup() override { ++setups; }
     void update() override { ++updates; }
     void reset() override { ++resets; }
     void runDeferred() override { deferred.fetch_add(1); }
@@ -85,21 +53,18 @@ public:
     f32 modFloat(i32 index) const { return modData[index]; }
     i32 modInt(i32 index) const { return reinterpret_cast<const i32*>(modData)[index]; }
 
+    i32 pointerless = -1;
     i32 dataBytes = 0;
     i32 modBytes = -1; // one float a row
     std::function<void(i32 index, f32& value, f32 time)> onChange;
     std::function<void(i32 start, i32 numQuads, CircuitModule* slot, BlockContext* block)>
         onProcess;
     std::atomic<i32> changes{0};
-    std::atomic<i32> lastIndex{-1};
-    std::atomic<f32> lastValue{0};
-    std::atomic<i32> complexes{0};
     std::atomic<i32> deferred{0};
     std::string lastComplex;
-    i32 processed = 0, setups = 0, updates = 0, resets = 0;
+    i32 processed = 0, updates = 0, resets = 0;
 
     std::vector<ParameterInfo> rows;
-    std::vector<bool> hidden;
     std::vector<char> bytes;
 };
 
@@ -123,6 +88,11 @@ public:
         planned.clear();
     }
     // Runs one host block of `frames` frames on two own channels: `input` in, `output` out.
+    void run(i32 frames, f32 value) {
+        for (std::vector<f32>& channel : input)
+            channel.assign(static_cast<size_t>(frames), value);
+        run(frames);
+    }
     void run(i32 frames) {
         const AM_AudioThreadScope audio;
         BlockContext* block = getBlockContext();

@@ -4,13 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <initializer_list>
+#include <iterator>
 #include <limits>
+#include <vector>
 
 namespace {
 
 struct Host {
-    Host(std::initializer_list<i32> connectedInputs, std::initializer_list<i32> connectedOutputs) {
+    Host(const std::vector<i32>& connectedInputs, const std::vector<i32>& connectedOutputs) {
         for (const i32 c : connectedInputs)
             inputs[c] = &sample;
         for (const i32 c : connectedOutputs)
@@ -31,14 +32,9 @@ struct Host {
     f32* outputs[k_maxChannels] = {};
 };
 
-void expectMap(const i32 (&map)[k_maxChannels], std::initializer_list<i32> head) {
-    i32 c = 0;
-    for (const i32 channel : head) {
-        EXPECT_EQ(map[c], channel) << "channel " << c;
-        ++c;
-    }
-    for (; c < k_maxChannels; ++c)
-        EXPECT_EQ(map[c], -1) << "channel " << c;
+void expectMap(const i32 (&map)[k_maxChannels], std::vector<i32> expected) {
+    expected.resize(k_maxChannels, -1);
+    EXPECT_EQ(std::vector<i32>(std::begin(map), std::end(map)), expected);
 }
 
 } // namespace
@@ -104,20 +100,11 @@ TEST(ChannelMaps, LayoutsOfALargerHost) {
 TEST(OutputRoutes, CleaningRemovesWhatIsNoSample) {
     const f32 infinity = std::numeric_limits<f32>::infinity();
     const f32 denormal = std::numeric_limits<f32>::denorm_min();
-    const f32 broken[] = {infinity, -infinity, std::nanf(""), denormal, 0.5f, -1e30f, 1.2e-38f};
-    f32 finite[7], normal[7];
-    std::copy(std::begin(broken), std::end(broken), finite);
-    std::copy(std::begin(broken), std::end(broken), normal);
-    AM_cleanNonFinite(finite, 7);
-    AM_cleanNotNormal(normal, 7);
-    for (i32 i = 0; i < 3; ++i) {
-        EXPECT_EQ(finite[i], 0.0f);
-        EXPECT_EQ(normal[i], 0.0f);
-    }
-    EXPECT_EQ(finite[3], denormal);
-    EXPECT_EQ(normal[3], 0.0f);
-    for (i32 i = 4; i < 7; ++i) {
-        EXPECT_EQ(finite[i], broken[i]);
-        EXPECT_EQ(normal[i], broken[i]);
-    }
+    using Samples = std::vector<f32>;
+    Samples finite = {infinity, -infinity, std::nanf(""), denormal, 0.5f, -1e30f, 1.2e-38f};
+    Samples normal = finite;
+    AM_cleanNonFinite(finite.data(), 7);
+    AM_cleanNotNormal(normal.data(), 7);
+    EXPECT_EQ(finite, (Samples{0, 0, 0, denormal, 0.5f, -1e30f, 1.2e-38f}));
+    EXPECT_EQ(normal, (Samples{0, 0, 0, 0, 0.5f, -1e30f, 1.2e-38f}));
 }

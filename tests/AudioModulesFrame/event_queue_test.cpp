@@ -6,38 +6,29 @@
 #include <thread>
 #include <vector>
 
-TEST(EventQueue, ReadsInOrderOfTimeAndOfPosting) {
+TEST(EventQueue, ReadsInOrderOfTimeAndCarriesLateEvents) {
     AM_EventQueue queue;
-    const u32 times[] = {30, 5, 30, 5, 0};
-    for (i32 n = 0; n < 5; ++n)
+    const u32 times[] = {30, 5, 30, 5, 0, 250};
+    for (i32 n = 0; n < 6; ++n)
         queue.post(k_eventController, n, 0, 0, times[n]);
     EXPECT_EQ(queue.next(100), nullptr) << "nothing to read before the exchange";
     queue.swapEvents();
     std::vector<i32> order;
-    while (const AM_MidiEvent* event = queue.next(30))
-        order.push_back(event->id);
-    EXPECT_EQ(order, (std::vector<i32>{4, 1, 3}));
-    while (const AM_MidiEvent* event = queue.next(31))
-        order.push_back(event->id);
-    EXPECT_EQ(order, (std::vector<i32>{4, 1, 3, 0, 2}));
-}
-
-TEST(EventQueue, LateEventsGoIntoTheNextBlocks) {
-    AM_EventQueue queue;
-    queue.post(k_eventPitchBend, 1, 0, 0.5f, 250);
-    queue.post(k_eventPitchBend, 2, 0, 0.5f, 99);
-    for (const u32 left : {250u, 150u}) {
-        queue.swapEvents();
-        while (queue.next(100)) {
-        }
-        queue.carryEvents(100);
-        EXPECT_GE(left, 150u);
+    for (const u32 end : {30, 31, 100}) {
+        while (const AM_MidiEvent* event = queue.next(end))
+            order.push_back(event->id);
+        EXPECT_EQ(order.size(), end == 30 ? 3u : 5u);
     }
-    queue.swapEvents();
+    EXPECT_EQ(order, (std::vector<i32>{4, 1, 3, 0, 2}));
+    for (i32 block = 0; block < 2; ++block) {
+        EXPECT_EQ(queue.next(100), nullptr);
+        queue.carryEvents(100);
+        queue.swapEvents();
+    }
     const AM_MidiEvent* event = queue.next(51);
     ASSERT_NE(event, nullptr);
     EXPECT_EQ(event->timestamp, 50u);
-    EXPECT_EQ(event->id, 1);
+    EXPECT_EQ(event->id, 5);
     EXPECT_EQ(queue.next(~0u), nullptr);
 }
 
@@ -65,13 +56,12 @@ TEST(EventQueue, ProducersLoseNothing) {
     };
     std::thread first(produce, 0), second(produce, 1);
     i32 counts[2] = {};
-    bool last = false;
-    do {
+    for (bool last = false; !last;) {
         last = running.load() == 0;
         queue.swapEvents();
         while (const AM_MidiEvent* event = queue.next(1))
             ++counts[event->id];
-    } while (!last);
+    }
     first.join();
     second.join();
     EXPECT_EQ(counts[0], perThread);

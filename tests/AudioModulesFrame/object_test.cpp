@@ -1,11 +1,11 @@
 // The registry, its messages, and the tree that owns.
-#include "AM_Allocator.h"
 #include "AM_Messages.h"
 #include "AM_Object.h"
 #include "TestManager.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,7 +17,7 @@ class Node : public AM_Tree {
 public:
     explicit Node(std::string text, u32 mask = 0) : name(std::move(text)) { typeMask = mask; }
     ~Node() override {
-        if (died) died->push_back(name);
+        if (died) ++*died;
     }
     const char* getName() const override { return name.c_str(); }
     void receiveMessage(AM_Object* sender, u32 id, u32 value, void* data) override {
@@ -29,7 +29,7 @@ public:
     std::string name;
     std::vector<u32> heard;
     u32 lastValue = 0;
-    std::vector<std::string>* died = nullptr;
+    i32* died = nullptr; // counts destroyed nodes
 };
 
 std::string order(const AM_Tree& parent) {
@@ -84,7 +84,8 @@ TEST(Object, AnswerRequestCannotLoop) {
     EXPECT_EQ(asker.getHost(), &host);
 }
 
-TEST(Object, RegistryGrowsAndKeepsTheOrder) {
+TEST(Object, RegistryGrowsKeepsTheOrderAndTurnsAway) {
+    LogCapture log;
     AM_ObjectHost host(100);
     std::vector<std::unique_ptr<Node>> nodes;
     const auto fill = [&](size_t count) {
@@ -94,64 +95,49 @@ TEST(Object, RegistryGrowsAndKeepsTheOrder) {
         }
     };
     testing::internal::CaptureStdout();
-    fill(99);
-    EXPECT_EQ(host.getCapacity(), 100);
-    fill(100);
-    EXPECT_EQ(host.getCapacity(), 110);
-    fill(110);
-    EXPECT_EQ(host.getCapacity(), 210);
+    for (const auto& [count, capacity] : {std::pair{99u, 100}, {100u, 110}, {110u, 210}}) {
+        fill(count);
+        EXPECT_EQ(host.getCapacity(), capacity);
+    }
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "Number of Objects exceeded 100. Please increase initial size in AM_Host!\n"
               "Number of Objects exceeded 110. Please increase initial size in AM_Host!\n");
     for (size_t i = 0; i < nodes.size(); ++i)
         EXPECT_EQ(host.getRecords()[i].object, nodes[i].get());
-
     nodes.erase(nodes.begin()); // the last record fills the hole
     EXPECT_EQ(host.getCount(), 109);
     EXPECT_EQ(host.getRecords()[0].object, nodes.back().get());
-}
 
-TEST(Object, FullRegistryTurnsObjectsAway) {
-    LogCatcher log;
-    AM_ObjectHost host(100000);
-    std::vector<std::unique_ptr<Node>> nodes;
     testing::internal::CaptureStdout();
-    for (int i = 0; i < 100001; ++i) {
-        nodes.push_back(std::make_unique<Node>("n"));
-        nodes.back()->setHost(&host);
-    }
+    fill(100011);
     testing::internal::GetCapturedStdout();
-    EXPECT_EQ(host.getCount(), 100000);
+    EXPECT_EQ(host.getCount(), 100010);
     EXPECT_EQ(log.count("is full"), 1);
-    EXPECT_EQ(host.getRecords()[99999].object, nodes[99999].get());
-    while (host.getCount() > 0) // the first record is found at once
+    EXPECT_EQ(host.getRecords()[100009].object, nodes[100009].get());
+    while (host.getCount() > 0) // the first is found at once
         host.removeObject(host.getRecords()[0].object);
     nodes.clear(); // the one outside leaves without a trace
     EXPECT_EQ(host.getCount(), 0);
 }
 
 TEST(Object, SurvivorsOfTheRegistryAreNamedAndSafe) {
-    const size_t blocks = AM_liveAllocations();
-    LogCatcher log;
+    LogCapture log;
     auto host = std::make_unique<AM_ObjectHost>(4);
+    Node a("left over"), b("gone");
+    a.setHost(host.get());
     {
-        Node a("left over"), b("gone");
-        a.setHost(host.get());
-        {
-            Node c("short");
-            c.setHost(host.get());
-        }
-        b.setHost(host.get());
-        b.setHost(nullptr);
-        host.reset();
-        EXPECT_EQ(a.getHost(), nullptr);
-        EXPECT_EQ(log.count("Object still alive while shutting down: left over"), 1);
-        EXPECT_EQ(log.count("still alive"), 1);
+        Node c("short");
+        c.setHost(host.get());
     }
-    EXPECT_EQ(AM_liveAllocations(), blocks);
+    b.setHost(host.get());
+    b.setHost(nullptr);
+    host.reset();
+    EXPECT_EQ(a.getHost(), nullptr);
+    EXPECT_EQ(log.count("Object still alive while shutting down: left over"), 1);
+    EXPECT_EQ(log.count("still alive"), 1);
 }
 
-TEST(Tree, HandsTheRegistryToSubtreeAndFollowingSiblings) {
+TEST(Tree, ReachesSubtreeAndFollowingSiblings) {
     AM_ObjectHost host(20);
     Node root("root");
     auto* a = new Node("a");
@@ -170,71 +156,35 @@ TEST(Tree, HandsTheRegistryToSubtreeAndFollowingSiblings) {
     auto* late = new Node("late");
     b->add(late);
     EXPECT_EQ(late->getHost(), &host);
-}
-
-TEST(Tree, FindsDescendantsAndFollowingSiblings) {
-    Node root("root");
-    auto* a = new Node("a");
-    auto* b = new Node("b");
-    auto* deep = new Node("deep");
-    root.add(a);
-    root.add(b);
-    a->add(deep);
-    EXPECT_EQ(root.getNumChildren(), 2u);
-    EXPECT_EQ(root.find("deep"), deep);
+    EXPECT_EQ(root.find("below"), below);
     EXPECT_EQ(a->find("b"), b);
     EXPECT_EQ(b->find("a"), nullptr);
-    EXPECT_EQ(root.find("dee"), nullptr);
 }
 
 TEST(Tree, MovesKeepTheOthersInOrder) {
-    Node root("root");
+    i32 died = 0;
+    auto root = std::make_unique<Node>("root");
     std::vector<Node*> nodes;
     for (const char* name : {"A", "B", "C", "T", "D"}) {
         nodes.push_back(new Node(name));
-        root.add(nodes.back());
+        nodes.back()->died = &died;
+        root->add(nodes.back());
     }
-    Node* t = nodes[3];
-    t->moveToFront();
-    EXPECT_EQ(order(root), "TABCD");
-    t->moveToBack();
-    EXPECT_EQ(order(root), "ABCDT");
-    t->moveBefore(nodes[0]);
-    EXPECT_EQ(order(root), "TABCD");
-    t->moveBehind(nodes[1]);
-    EXPECT_EQ(order(root), "ABTCD");
-    t->moveBehind(t);
-    t->moveBefore(nodes[2]);
-    EXPECT_EQ(order(root), "ABTCD");
-    nodes[0]->unlink();
-    EXPECT_EQ(order(root), "BTCD");
-    nodes[0]->moveBehind(nodes[4]);
-    EXPECT_EQ(order(root), "BTCDA");
-    t->unlink();
-    delete t;
-    EXPECT_EQ(order(root), "BCDA");
-}
-
-TEST(Tree, DeletingTheRootDeletesAll) {
-    std::vector<std::string> died;
-    {
-        auto* root = new Node("root");
-        for (const char* name : {"a", "b"}) {
-            auto* child = new Node(name);
-            child->died = &died;
-            child->add(new Node("x"));
-            static_cast<Node*>(child->getFirstChild())->died = &died;
-            root->add(child);
-        }
-        delete root;
+    Node *a = nodes[0], *t = nodes[3];
+    const std::pair<std::function<void()>, const char*> moves[] = {
+        {[=] { t->moveToFront(); }, "TABCD"},     {[=] { t->moveToBack(); }, "ABCDT"},
+        {[=] { t->moveBefore(a); }, "TABCD"},     {[&] { t->moveBehind(nodes[1]); }, "ABTCD"},
+        {[=] { t->moveBehind(t); }, "ABTCD"},     {[&] { t->moveBefore(nodes[2]); }, "ABTCD"},
+        {[=] { a->unlink(); }, "BTCD"},           {[&] { a->moveBehind(nodes[4]); }, "BTCDA"},
+        {[=] { t->unlink(), delete t; }, "BCDA"},
+    };
+    for (const auto& [move, expected] : moves) {
+        move();
+        EXPECT_EQ(order(*root), expected);
     }
-    EXPECT_EQ(died.size(), 4u);
-}
-
-TEST(Object, ClassNamesDoubleBitByBit) {
-    EXPECT_STREQ(AM_classNames[0], "AudioMan");
-    EXPECT_STREQ(AM_classNames[9], "ViewObject");
-    EXPECT_EQ(1u << 9, k_classViewObject);
-    EXPECT_STREQ(AM_classNames[15], "ViewSceneObject");
-    EXPECT_STREQ(AM_classNames[16], "");
+    auto* deep = new Node("x");
+    deep->died = &died;
+    a->add(deep);
+    root.reset();
+    EXPECT_EQ(died, 6) << "deleting the root deletes all";
 }

@@ -17,7 +17,7 @@ std::string format(const char* text, const A&... args) {
     return target;
 }
 
-TEST(Format, integers) {
+TEST(Format, integersAndNotes) {
     EXPECT_EQ(format("%d|%d|%u", INT32_MIN, INT32_MAX, UINT32_MAX),
               "-2147483648|2147483647|4294967295");
     EXPECT_EQ(format("%d %u %X", UINT32_MAX, -1, -1), "-1 4294967295 FFFFFFFF"); // 32-bit codes
@@ -27,6 +27,7 @@ TEST(Format, integers) {
     EXPECT_EQ(format("%d%d%d", true, Mode::kSecond, short{-7}), "11-7");
     EXPECT_EQ(format("[%c%c%c]", 'a', 0, 0x62), "[ab]");
     EXPECT_EQ(format("%d%%", 50), "50%");
+    EXPECT_EQ(format("%M %M %M %m %M %M", 60, 61, 127, 58, 0, -1), "C3 C#3 G8 a#2 C-2 B-3");
 }
 
 TEST(Format, floats) {
@@ -38,9 +39,8 @@ TEST(Format, floats) {
     snprintf(expected, sizeof expected, "%f %.1074f", DBL_MAX, -DBL_TRUE_MIN);
     EXPECT_EQ(format("%f %.99999999999f", DBL_MAX, -DBL_TRUE_MIN), expected);
     // The host may set any locale.
-    if (std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr) {
-        EXPECT_EQ(format("%.2f", 0.5), "0.50");
-    }
+    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    EXPECT_EQ(format("%.2f", 0.5), "0.50");
     std::setlocale(LC_ALL, "C");
 }
 
@@ -59,32 +59,23 @@ TEST(Format, textsAndPointers) {
     EXPECT_EQ(format("%R %R", rect, nullptr), "[1.000000, -2.500000, 300.000000, 0.000000] [NULL]");
 }
 
-TEST(Format, notes) {
-    EXPECT_EQ(format("%M %M %M %m", 60, 61, 127, 58), "C3 C#3 G8 a#2");
-    EXPECT_EQ(format("%M %M", 0, -1), "C-2 B-3");
-}
-
 TEST(Format, capacityHoldsAndTerminates) {
     char target[8];
     for (size_t capacity = 0; capacity <= sizeof target; ++capacity) {
         memset(target, '#', sizeof target);
         const i32 length = AM_STD::sprintv(target, capacity, "%s%f%M", "ab", 1e300, 61);
         EXPECT_EQ(static_cast<size_t>(length), capacity == 0 ? 0 : capacity - 1);
-        if (capacity != 0) {
-            EXPECT_EQ(target[capacity - 1], 0);
-        }
         for (size_t i = capacity; i < sizeof target; ++i)
             EXPECT_EQ(target[i], '#');
+        EXPECT_TRUE(capacity == 0 || target[capacity - 1] == 0);
     }
     EXPECT_EQ(AM_STD::sprintv(target, 3, "%S", L"a\u20ac"), 1); // no half characters
 }
 
 TEST(Format, mismatchesAreLoggedAndFormattingGoesOn) {
     LogCapture log;
-    EXPECT_EQ(format("%.3d-%d", 1, 2), "-2");
-    EXPECT_EQ(format("%.-2f-%d", 1.0, 2), "-2");
-    EXPECT_EQ(format("%.12"), "");
-    EXPECT_EQ(format("%q %d %", 3), "%q 3 %");
+    EXPECT_EQ(format("%.3d-%d", 1, 2) + format("%.-2f-%d", 1.0, 2), "-2-2");
+    EXPECT_EQ(format("%.12") + format("%q %d %", 3), "%q 3 %");
     EXPECT_EQ(log.take(), Lines(5, "format mismatch error"));
 
     EXPECT_EQ(format("%d %f %s %R", 1.0, 1, 2, "three"), "0 0.000000 (null) [NULL]");
@@ -94,7 +85,6 @@ TEST(Format, mismatchesAreLoggedAndFormattingGoesOn) {
     EXPECT_EQ(format("%s%S%s", L"wide", "narrow", static_cast<const void*>("x")),
               "(null)(null)(null)");
     EXPECT_EQ(log.take(), Lines(3, "Error in getNextPtr"));
-
     EXPECT_EQ(format("%X", u64{0x123456789A}), "123456789A");
     EXPECT_EQ(log.take(), Lines{"ItoX unusual long - 10"});
 
@@ -112,13 +102,13 @@ TEST(Format, shortAndOverlongRows) {
     EXPECT_EQ(format("%d %f %s %d", 1), "1 0.000000 (null) 0");
     EXPECT_EQ(log.take().size(), 3u);
     AM_Arguments row;
-    for (u32 i = 0; i < AM_Arguments::k_capacity - 1; ++i)
+    std::string codes;
+    for (u32 i = 0; i < AM_Arguments::k_capacity - 1; ++i) {
         row.add(i % 10);
+        codes += "%d";
+    }
     row.add("needs two places");
     row.add(7);
-    std::string codes;
-    for (u32 i = 0; i < AM_Arguments::k_capacity - 1; ++i)
-        codes += "%d";
     char target[256];
     AM_STD::sprintv(target, sizeof target, (codes + "%s%d").c_str(), row);
     EXPECT_EQ(std::string(target).substr(80), "01234567(null)0");

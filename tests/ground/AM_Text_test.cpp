@@ -10,12 +10,14 @@ TEST(Text, find) {
     EXPECT_STREQ(AM_STD::find("findme", "|findme|"), "findme|");
     EXPECT_STREQ(AM_STD::Find("aab", "ab"), "ab"); // a false start
     EXPECT_STREQ(AM_STD::Find("xABc", "abC", true), "ABc");
-    EXPECT_EQ(AM_STD::Find("xABc", "abC"), nullptr);
-    EXPECT_EQ(AM_STD::Find("find", "findme"), nullptr);
-    for (const char* pattern : {"", "a"})
-        EXPECT_EQ(AM_STD::Find("\0a", pattern), nullptr);
-    EXPECT_EQ(AM_STD::Find(nullptr, "a"), nullptr);
-    EXPECT_EQ(AM_STD::Find("a", nullptr), nullptr);
+    const char* const none = nullptr;
+    for (const auto& [text, pattern] : {std::pair{"xABc", "abC"},
+                                        {"find", "findme"},
+                                        {"\0a", ""},
+                                        {"\0a", "a"},
+                                        {none, "a"},
+                                        {"a", none}})
+        EXPECT_EQ(AM_STD::Find(text, pattern), nullptr);
 }
 
 TEST(Text, trimInPlace) {

@@ -3,6 +3,7 @@
 
 #include "AM_Log.h"
 
+#include <algorithm>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -25,6 +26,14 @@ public:
     std::vector<std::string> take() {
         std::lock_guard lock(mutex);
         return std::move(lines);
+    }
+    // How many of the lines so far hold `text`.
+    int count(std::string_view text) {
+        AM_flushLog();
+        std::lock_guard lock(mutex);
+        return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
+            return line.find(text) != std::string::npos;
+        }));
     }
 
 private:

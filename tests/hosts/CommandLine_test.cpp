@@ -3,59 +3,45 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <fstream>
+#include <sstream>
 #include <thread>
+
+namespace {
+// Runs the renderer with the words of `line`; "@name" is a file of the folder.
+ProcessResult run(const TestFolder& folder, const std::string& line) {
+    Arguments arguments;
+    std::istringstream words(line);
+    for (std::string word; words >> word;)
+        arguments.push_back(word[0] == '@' ? folder / word.substr(1) : word);
+    return render(folder, arguments);
+}
+} // namespace
 
 TEST(CommandLine, WrongUsageEndsWithOneAndWritesNothing) {
     TestFolder folder;
-    const std::string in = folder / "in.wav", out = folder / "out.wav";
-    writeSound(in, noise(1000));
-    const std::vector<std::vector<std::string>> cases = {
-        {},
-        {in},
-        {in, out, "third"},
-        {"--nonsense", in, out},
-        {"--impulse", in, out},
-        {"--impulse", "--rate", "999", out},
-        {"--rate", "44100", in, out},
-        {"--list", in},
-        {"--list", "--describe", "A-B"},
-        {"--describe"},
-        {"--describe", "A-B", "--set", "FB=3"},
-        {"--json", in, out},
-        {"--code", std::string(32, 'A'), in, out},
-        {"--set", "FB", in, out},
-        {"--set", "=3", in, out},
-        {"--set", "FB=loud", in, out},
-        {"--set", "FB=100.5", in, out},
-        {"--set", "FB=nan", in, out},
-        {"--set", "Nothing=1", in, out},
-        {"--set", "CPU=1", in, out},
-        {"--set", "Rnd=1", in, out},
-        {"--press", "FB", in, out},
-        {"--press", "Nothing", in, out},
-        {"--block", "0", in, out},
-        {"--block", "65537", in, out},
-        {"--block", "100", "--no-base-latency", in, out},
-        {"--tail", "-1", in, out},
-        {"--tail", "forever", in, out},
-        {"--bits", "20", in, out},
-        {"--bits", "32f", in, folder / "out.flac"},
-        {"--bits", "16", in, folder / "out.ogg"},
-        {in, folder / "out.mp3"},
-        {in, folder / "out"},
-    };
-    for (const std::vector<std::string>& arguments : cases) {
-        const ProcessResult result = render(folder, arguments);
-        std::string text;
-        for (const std::string& argument : arguments)
-            text += argument + ' ';
-        EXPECT_EQ(result.exitCode, 1) << text;
-        EXPECT_TRUE(result.errors.starts_with("glassmere-render: ")) << text << result.errors;
-        EXPECT_EQ(folder.files(), std::vector<std::string>{"in.wav"}) << text;
+    writeSound(folder / "in.wav", noise(1000));
+    std::vector<std::string> lines = {"", "--describe"};
+    std::istringstream files(
+        "@in.wav;@in.wav @out.wav third;--impulse @in.wav @out.wav;--impulse --rate 999 @out.wav;"
+        "--list @in.wav;--list --describe A-B;--describe A-B --set FB=3;"
+        "--bits 32f @in.wav @out.flac;--bits 16 @in.wav @out.ogg;@in.wav @out.mp3;@in.wav @out");
+    for (std::string line; std::getline(files, line, ';');)
+        lines.push_back(line);
+    std::istringstream options(
+        "--nonsense;--rate 44100;--json;--code AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA;--set FB;--set =3;"
+        "--set FB=loud;--set FB=100.5;--set FB=nan;--set Nothing=1;--set CPU=1;--set Rnd=1;"
+        "--press FB;--press Nothing;--block 0;--block 65537;--block 100 --no-base-latency;"
+        "--tail -1;--tail forever;--bits 20");
+    for (std::string option; std::getline(options, option, ';');)
+        lines.push_back(option + " @in.wav @out.wav");
+    for (const std::string& line : lines) {
+        const ProcessResult result = run(folder, line);
+        EXPECT_EQ(result.exitCode, 1) << line;
+        EXPECT_TRUE(result.errors.starts_with("glassmere-render: ")) << line << result.errors;
+        EXPECT_EQ(folder.files(), std::vector<std::string>{"in.wav"}) << line;
     }
 }
 
@@ -72,42 +58,37 @@ TEST(CommandLine, HelpAndVersionGoToStandardOutput) {
 
 TEST(CommandLine, BadFilesEndWithTwoAndLeaveNothing) {
     TestFolder folder;
-    const std::string in = folder / "in.wav", out = folder / "out.wav";
-    writeSound(in, noise(1000));
+    writeSound(folder / "in.wav", noise(1000));
     writeSound(folder / "three.wav", noise(100, 3));
     std::ofstream(folder / "text.wav") << "this is no sound";
     std::ofstream(folder / "empty.wav");
     std::filesystem::create_directory(folder / "folder.wav");
     const std::vector<std::string> before = folder.files();
-    const std::vector<std::vector<std::string>> cases = {
-        {folder / "missing.wav", out},   {folder / "text.wav", out},
-        {folder / "empty.wav", out},     {folder / "three.wav", out},
-        {folder / "folder.wav", out},    {in, folder / "folder.wav", "--force"},
-        {in, folder / "nowhere/out.wav"}};
-    for (const std::vector<std::string>& arguments : cases) {
-        const ProcessResult result = render(folder, arguments);
-        EXPECT_EQ(result.exitCode, 2) << arguments[0] << ' ' << arguments[1];
+    for (const char* line : {"@missing.wav @out.wav", "@text.wav @out.wav", "@empty.wav @out.wav",
+                             "@three.wav @out.wav", "@folder.wav @out.wav",
+                             "@in.wav @folder.wav --force", "@in.wav @nowhere/out.wav"}) {
+        const ProcessResult result = run(folder, line);
+        EXPECT_EQ(result.exitCode, 2) << line;
         EXPECT_NE(result.errors, "");
-        EXPECT_EQ(folder.files(), before) << arguments[0] << ' ' << arguments[1];
+        EXPECT_EQ(folder.files(), before) << line;
     }
-    EXPECT_NE(render(folder, {folder / "three.wav", out}).errors.find("3 channels"),
-              std::string::npos);
+    EXPECT_NE(run(folder, "@three.wav @out.wav").errors.find("3 channels"), std::string::npos);
 }
 
 TEST(CommandLine, OverwritesOnlyWithForce) {
     TestFolder folder;
-    const std::string in = folder / "in.wav", out = folder / "out.wav";
-    writeSound(in, noise(1000));
+    const std::string out = folder / "out.wav";
+    writeSound(folder / "in.wav", noise(1000));
     std::ofstream(out) << "precious";
-    EXPECT_EQ(render(folder, {in, out}).exitCode, 2);
+    EXPECT_EQ(run(folder, "@in.wav @out.wav").exitCode, 2);
     std::string kept;
     std::ifstream(out) >> kept;
     EXPECT_EQ(kept, "precious");
-    EXPECT_EQ(render(folder, {"--force", "--tail", "0", in, out}).exitCode, 0);
-    EXPECT_EQ(readSound(out).frames(), 1000u);
     // A file may be its own target: it is read to its end before it is replaced.
-    EXPECT_EQ(render(folder, {"--force", "--tail", "0", in, in}).exitCode, 0);
-    EXPECT_EQ(readSound(in).frames(), 1000u);
+    for (const char* files : {"@in.wav @out.wav", "@out.wav @out.wav"}) {
+        EXPECT_EQ(run(folder, std::string("--force --tail 0 ") + files).exitCode, 0);
+        EXPECT_EQ(readSound(out).frames(), 1000u);
+    }
 }
 
 TEST(CommandLine, InterruptLeavesNothing) {

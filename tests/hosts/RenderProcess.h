@@ -3,10 +3,23 @@
 
 #include <sndfile.h>
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <spawn.h>
 #include <string>
-#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
+
+using Arguments = std::vector<std::string>;
 
 struct ProcessResult {
     int exitCode = -1; // 128 + the signal if one ended the process
@@ -17,11 +30,26 @@ struct ProcessResult {
 // A folder of its own for one test, deleted with it.
 class TestFolder {
 public:
-    TestFolder();
-    ~TestFolder();
+    TestFolder() {
+        std::string pattern = std::filesystem::temp_directory_path() / "glassmere-test-XXXXXX";
+        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
+        path = pattern;
+    }
+    ~TestFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
     std::string operator/(const std::string& name) const { return (path / name).string(); }
-    // Names of the files in it, hidden ones too, sorted.
-    std::vector<std::string> files() const;
+    // Names of the files in it, hidden ones too, sorted; without those of the process's texts.
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(path))
+            names.push_back(entry.path().filename().string());
+        std::erase(names, ".stdout");
+        std::erase(names, ".stderr");
+        std::sort(names.begin(), names.end());
+        return names;
+    }
 
 private:
     std::filesystem::path path;
@@ -30,21 +58,49 @@ private:
 // Starts the renderer; standard output and error go to files in `folder`.
 class RenderProcess {
 public:
-    RenderProcess(const TestFolder& folder, const std::vector<std::string>& arguments);
-    // Sends `signalNumber`.
-    void send(int signalNumber) const;
-    bool isRunning();
-    ProcessResult wait();
+    RenderProcess(const TestFolder& folder, Arguments arguments)
+        : texts{folder / ".stdout", folder / ".stderr"} {
+        std::string program = GLASSMERE_RENDER;
+        std::vector<char*> pointers = {program.data()};
+        for (std::string& argument : arguments)
+            pointers.push_back(argument.data());
+        pointers.push_back(nullptr);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        for (int i = 0; i < 2; ++i)
+            posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO + i, texts[i].c_str(),
+                                             O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int error =
+            posix_spawn(&pid, program.c_str(), &actions, nullptr, pointers.data(), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        if (error != 0) throw std::runtime_error("can't start " + program);
+    }
+    void send(int signalNumber) const { kill(pid, signalNumber); }
+    bool isRunning() {
+        if (!ended) ended = waitpid(pid, &status, WNOHANG) == pid;
+        return !ended;
+    }
+    ProcessResult wait() {
+        if (!ended) waitpid(pid, &status, 0);
+        ended = true;
+        const auto read = [](const std::string& path) {
+            std::ifstream file(path);
+            return std::string(std::istreambuf_iterator<char>(file), {});
+        };
+        const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        return {code, read(texts[0]), read(texts[1])};
+    }
 
 private:
     pid_t pid = -1;
     int status = 0;
     bool ended = false;
-    std::string outputPath;
-    std::string errorPath;
+    std::string texts[2]; // of standard output and error
 };
 
-ProcessResult render(const TestFolder& folder, const std::vector<std::string>& arguments);
+inline ProcessResult render(const TestFolder& folder, const Arguments& arguments) {
+    return RenderProcess(folder, arguments).wait();
+}
 
 struct Sound {
     int channels = 2;
@@ -56,7 +112,37 @@ struct Sound {
 };
 
 // Noise whose magnitude is between 0.1 and 0.6 in every sample, so that no block is silent.
-Sound noise(size_t frames, int channels = 2, unsigned seed = 1);
-void writeSound(const std::string& path, const Sound& sound);
+inline Sound noise(size_t frames, int channels = 2) {
+    std::mt19937 generator(1);
+    std::uniform_real_distribution<float> magnitude(0.1f, 0.6f);
+    Sound sound;
+    sound.channels = channels;
+    sound.samples.resize(frames * static_cast<size_t>(channels));
+    for (float& sample : sound.samples)
+        sample = (generator() & 1) ? magnitude(generator) : -magnitude(generator);
+    return sound;
+}
+
+inline void writeSound(const std::string& path, const Sound& sound) {
+    SF_INFO info = {};
+    info.channels = sound.channels;
+    info.samplerate = sound.rate;
+    info.format = sound.format;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    ASSERT_TRUE(file) << sf_strerror(nullptr);
+    sf_writef_float(file, sound.samples.data(), static_cast<sf_count_t>(sound.frames()));
+    sf_close(file);
+}
+
 // Fails the running test if the file can't be read.
-Sound readSound(const std::string& path);
+inline Sound readSound(const std::string& path) {
+    SF_INFO info = {};
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    EXPECT_TRUE(file) << path << ": " << sf_strerror(nullptr);
+    if (!file) return {};
+    Sound sound{info.channels, info.samplerate, info.format, {}};
+    sound.samples.resize(static_cast<size_t>(info.frames * info.channels));
+    EXPECT_EQ(sf_readf_float(file, sound.samples.data(), info.frames), info.frames);
+    sf_close(file);
+    return sound;
+}
