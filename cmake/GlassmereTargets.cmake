@@ -38,7 +38,8 @@ if(GLASSMERE_BUILD_FUZZ)
   target_compile_options(glassmere_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(GLASSMERE_COVERAGE)
-  target_compile_options(glassmere_options INTERFACE --coverage)
+  # Threads count too.
+  target_compile_options(glassmere_options INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(glassmere_options INTERFACE --coverage)
 endif()
 
