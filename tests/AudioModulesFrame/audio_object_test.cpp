@@ -116,8 +116,10 @@ TEST(AudioObject, FlatIndexRunsOverTheSubtree) {
           {7, none},
           {-1, none}})
         EXPECT_EQ(root->getParameterInfoAll(index), row) << index;
+    LogCapture log;
     last->rows.clear(); // declared, but not there
     EXPECT_THROW(root->getParameterInfoAll(6), AM_AssertionError);
+    EXPECT_EQ(log.count("getParameterInfo ( 0 ) is NULL in last"), 1);
 }
 
 TEST(AudioObject, NumberingMessagesLeaveObjectsWithoutSourcesAlone) {

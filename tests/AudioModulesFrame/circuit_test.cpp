@@ -159,6 +159,18 @@ TEST(ModSources, FollowTheirEventsAndStandStill) {
         }
 }
 
+TEST(ModSources, MidiEventsSetThem) {
+    TestMan man;
+    man.initialize();
+    man.processEvent(k_eventModWheel, 0, 0, 0.5f, 0);
+    man.processEvent(k_eventController, 0, 11, 0.25f, 0);
+    for (i32 n = 0; n < 500; ++n)
+        man.run(64);
+    const f32* first = man.getBlockContext()->modBuffers + 16;
+    for (const auto& [source, value] : {std::pair{0, 0.5f}, {1, 0.0f}, {3, 0.25f}})
+        EXPECT_EQ(first[source * 16 + 15], value);
+}
+
 TEST(ModTargets, MoveParametersAndPutThemBack) {
     f32 parameter = 40, other = 0.5f;
     f32 wheel[16] = {}, via[16] = {};

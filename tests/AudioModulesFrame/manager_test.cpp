@@ -188,12 +188,15 @@ TEST(AudioMan, RatesAndModesOfHosts) {
     TestModule* module = man.plan("tst: Test");
     man.initialize();
     BlockContext* context = man.getBlockContext();
-    for (const f64 rate : {1000.0, 768000.0, 0.0, -1.0, std::nan(""), 1e9, 999.0}) {
+    for (const f64 rate : {1000.0, 44100.0, 768000.0, 0.0, -1.0, std::nan(""), 1e9, 999.0}) {
+        const bool known = rate >= 1000.0 && rate <= 768000.0;
         const i32 updates = module->updates;
         man.setSampleRate(rate);
-        EXPECT_EQ(context->sampleRateD, rate == 1000.0 || rate == 768000.0 ? rate : 44100.0);
+        EXPECT_EQ(context->sampleRateD, known ? rate : 44100.0);
+        EXPECT_EQ(context->sampleRateI, known ? rate : 44100.0);
+        EXPECT_EQ(context->sampleReciprocal, 1.0f / static_cast<f32>(context->sampleRateD));
         EXPECT_EQ(context->samplePeriod, 1.0 / context->sampleRateD);
-        EXPECT_TRUE(module->updates > updates || rate != 768000.0);
+        EXPECT_TRUE(module->updates > updates || !known);
     }
     EXPECT_EQ(log.count("taking 44100"), 5);
     context->bpm = 0;

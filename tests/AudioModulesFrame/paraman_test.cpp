@@ -387,6 +387,16 @@ TEST_F(ParaMan, LocksComeAsTexts) {
     EXPECT_EQ(log.count("locked "), 2);
 }
 
+TEST_F(ParaMan, LiveHasFewerLayouts) {
+    man.setHost("Live");
+    start();
+    const i32 id = table->standardId(k_rowChannelLayout);
+    EXPECT_EQ(table->row(id)->maxValue, 2);
+    table->setParameterValue(id, 5);
+    steps(1);
+    EXPECT_EQ(man.getBlockContext()->channelLayout, 2);
+}
+
 TEST_F(ParaMan, SeveralMetasAddUpOnOneTarget) {
     start(2, 2);
     const i32 meta = table->getOwnParamBase();
