@@ -1,6 +1,5 @@
 #include "AM_ValueToString.h"
 
-#include "AM_Format.h"
 #include "AM_Text.h"
 
 #include <algorithm>
@@ -17,27 +16,12 @@ i32 rounded(f32 value) {
     return cut(std::floor(value + 0.5f));
 }
 
-bool isFloat(const ParameterInfo* record) {
-    return record->baseKind() == k_float || record->baseKind() == k_metaSource;
+f32 leftGain(f32 v) {
+    return std::min((100 - v) * 2, 100.0f);
 }
-bool isInteger(const ParameterInfo* record) {
-    return record->baseKind() == k_integer;
+f32 rightGain(f32 v) {
+    return std::min(v * 2, 100.0f);
 }
-bool detailed(AM_IParameterProvider* context) {
-    return context && context->wantsDetailedValues();
-}
-
-// One text of a number; the capacity is that of `out`.
-struct Out {
-    char* text;
-    i32 capacity;
-
-    template <class... A>
-    void operator()(const char* format, const A&... arguments) const {
-        if (capacity > 0)
-            AM_STD::sprintv(text, static_cast<size_t>(capacity), format, arguments...);
-    }
-};
 
 } // namespace
 
@@ -53,167 +37,119 @@ void AM_ValueToStringObject::valueToString(AM_IParameterProvider* context,
                                            const ParameterInfo* record, const f32* value, char* out,
                                            i32 capacity) const {
     if (!record) return;
-    const Out print{out, capacity};
-    if (isInteger(record)) {
-        print("%d", cut(*value));
-    } else if (isFloat(record)) {
-        print("%.2f", *value);
-    } else if (record->baseKind() != k_reference) {
-        print("%s", "unknown value");
-    } else if (cut(*value) == -1) {
-        print("%s", "none");
-    } else {
-        const ParameterInfo* target = context ? context->getParameterRecord(cut(*value)) : nullptr;
-        const char* owner = context ? context->getParameterOwnerName(cut(*value)) : nullptr;
-        if (target && owner) print("%s: %s", owner, target->longName);
+    const AM_ValueText print{out, capacity};
+    const bool detailed = context && context->wantsDetailedValues();
+    switch (record->baseKind()) {
+    case k_integer:
+        return showInteger(print, *value, detailed);
+    case k_float:
+    case k_metaSource:
+        return showFloat(print, *value, detailed);
+    case k_reference:
+        break;
+    default:
+        return print("%s", "unknown value");
     }
+    if (cut(*value) == -1) return print("%s", "none");
+    const ParameterInfo* target = context ? context->getParameterRecord(cut(*value)) : nullptr;
+    const char* owner = context ? context->getParameterOwnerName(cut(*value)) : nullptr;
+    if (target && owner) print("%s: %s", owner, target->longName);
 }
 
-void AM_RatioValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                                const ParameterInfo* record, const f32* value,
-                                                char* out, i32 capacity) const {
-    if (!record) return;
-    const Out print{out, capacity};
-    const f32 v = *value;
-    if (isInteger(record))
-        print("%d:1", rounded(v));
-    else if (isFloat(record))
-        print(v >= 10 ? "%.0f : 1" : v >= 2 ? "%.1f : 1" : "%.2f : 1", v);
+void AM_ValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    print("%d", cut(v));
+}
+void AM_ValueToStringObject::showFloat(const AM_ValueText& print, f32 v, bool) const {
+    print("%.2f", v);
+}
+
+void AM_RatioValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    print("%d:1", rounded(v));
+}
+void AM_RatioValueToStringObject::showFloat(const AM_ValueText& print, f32 v, bool) const {
+    print(v >= 10 ? "%.0f : 1" : v >= 2 ? "%.1f : 1" : "%.2f : 1", v);
+}
+
+void AM_HertzValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    if (rounded(v) >= 1000)
+        print("%.2fkHz", v * 0.001f);
     else
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
+        print("%dHz", rounded(v));
 }
-
-void AM_HertzValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                                const ParameterInfo* record, const f32* value,
-                                                char* out, i32 capacity) const {
-    if (!record) return;
-    const Out print{out, capacity};
-    const f32 v = *value;
-    if (isInteger(record)) {
-        if (rounded(v) >= 1000)
-            print("%.2fkHz", v * 0.001f);
-        else
-            print("%dHz", rounded(v));
-    } else if (isFloat(record)) {
-        if (v >= 1000)
-            print("%.2fkHz", v * 0.001f);
-        else
-            print(v >= 100 ? "%.0fHz" : v >= 10 ? "%.1fHz" : "%.2fHz", v);
-    } else {
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
-    }
-}
-
-void AM_MsecValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                               const ParameterInfo* record, const f32* value,
-                                               char* out, i32 capacity) const {
-    if (!record) return;
-    const Out print{out, capacity};
-    const f32 v = *value;
-    if (isInteger(record)) {
-        if (rounded(v) >= 1000)
-            print("%.2fs", v * 0.001f);
-        else
-            print("%dms", rounded(v));
-    } else if (isFloat(record)) {
-        if (v >= 1000)
-            print("%.2fs", v * 0.001f);
-        else
-            print(v >= 100 ? "%.0fms" : v >= 1 ? "%.1fms" : "%.2fms", v);
-    } else {
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
-    }
-}
-
-void AM_PercentValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                                  const ParameterInfo* record, const f32* value,
-                                                  char* out, i32 capacity) const {
-    if (!record) return;
-    const Out print{out, capacity};
-    const f32 v = *value;
-    if (isInteger(record))
-        print("%d%%", rounded(v));
-    else if (isFloat(record))
-        print(detailed(context) ? "%.2f%%" : v >= 10 ? "%.0f%%" : "%.1f%%", v);
+void AM_HertzValueToStringObject::showFloat(const AM_ValueText& print, f32 v, bool) const {
+    if (v >= 1000)
+        print("%.2fkHz", v * 0.001f);
     else
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
+        print(v >= 100 ? "%.0fHz" : v >= 10 ? "%.1fHz" : "%.2fHz", v);
 }
 
-void AM_MixValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                              const ParameterInfo* record, const f32* value,
-                                              char* out, i32 capacity) const {
-    if (!record) return;
-    const Out print{out, capacity};
-    const f32 v = *value;
-    if (isFloat(record) && detailed(context))
+void AM_MsecValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    if (rounded(v) >= 1000)
+        print("%.2fs", v * 0.001f);
+    else
+        print("%dms", rounded(v));
+}
+void AM_MsecValueToStringObject::showFloat(const AM_ValueText& print, f32 v, bool) const {
+    if (v >= 1000)
+        print("%.2fs", v * 0.001f);
+    else
+        print(v >= 100 ? "%.0fms" : v >= 1 ? "%.1fms" : "%.2fms", v);
+}
+
+void AM_PercentValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    print("%d%%", rounded(v));
+}
+void AM_PercentValueToStringObject::showFloat(const AM_ValueText& print, f32 v,
+                                              bool detailed) const {
+    print(detailed ? "%.2f%%" : v >= 10 ? "%.0f%%" : "%.1f%%", v);
+}
+
+void AM_MixValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    print("%d : %d", rounded(100 - std::floor(v + 0.5f)), rounded(v));
+}
+void AM_MixValueToStringObject::showFloat(const AM_ValueText& print, f32 v, bool detailed) const {
+    if (detailed)
         print("%.2f : %.2f", 100 - v, v);
-    else if (isInteger(record) || isFloat(record))
-        print("%d : %d", rounded(100 - std::floor(v + 0.5f)), rounded(v));
     else
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
+        showInteger(print, v, false);
 }
 
-void AM_BalanceValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                                  const ParameterInfo* record, const f32* value,
-                                                  char* out, i32 capacity) const {
-    if (!record) return;
-    const Out print{out, capacity};
-    const f32 left = std::min((100 - *value) * 2, 100.0f);
-    const f32 right = std::min(*value * 2, 100.0f);
-    if (isFloat(record) && detailed(context))
-        print("%.1f : %.1f", left, right);
-    else if (isInteger(record) || isFloat(record))
-        print("%d : %d", rounded(left), rounded(right));
+void AM_BalanceValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    print("%d : %d", rounded(leftGain(v)), rounded(rightGain(v)));
+}
+void AM_BalanceValueToStringObject::showFloat(const AM_ValueText& print, f32 v,
+                                              bool detailed) const {
+    if (detailed)
+        print("%.1f : %.1f", leftGain(v), rightGain(v));
     else
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
+        showInteger(print, v, false);
 }
 
-void AM_DBValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                             const ParameterInfo* record, const f32* value,
-                                             char* out, i32 capacity) const {
-    if (!record) return;
-    const Out print{out, capacity};
-    const f32 size = std::fabs(*value);
-    if (isInteger(record))
-        print("%ddB", rounded(*value));
-    else if (isFloat(record))
-        print(size >= 99.9999f ? "%.0fdB" : size >= 10 ? "%.1fdB" : "%.2fdB", *value);
-    else
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
+void AM_DBValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    print("%ddB", rounded(v));
+}
+void AM_DBValueToStringObject::showFloat(const AM_ValueText& print, f32 v, bool) const {
+    const f32 size = std::fabs(v);
+    print(size >= 99.9999f ? "%.0fdB" : size >= 10 ? "%.1fdB" : "%.2fdB", v);
 }
 
-void AM_IpsValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                              const ParameterInfo* record, const f32* value,
-                                              char* out, i32 capacity) const {
-    if (!record) return;
-    const Out print{out, capacity};
-    const f32 size = std::fabs(*value);
-    if (isInteger(record))
-        print("%ddB", rounded(*value));
-    else if (isFloat(record))
-        print(size >= 50 ? "%.0fips" : size >= 10 ? "%.1fips" : "%.2fips", *value);
-    else
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
+void AM_IpsValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    print("%ddB", rounded(v));
+}
+void AM_IpsValueToStringObject::showFloat(const AM_ValueText& print, f32 v, bool) const {
+    const f32 size = std::fabs(v);
+    print(size >= 50 ? "%.0fips" : size >= 10 ? "%.1fips" : "%.2fips", v);
 }
 
-void AM_EmptyValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                                const ParameterInfo* record, const f32* value,
-                                                char* out, i32 capacity) const {
-    if (!record) return;
-    if (isInteger(record) || isFloat(record))
-        Out{out, capacity}("%s", "");
-    else
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
+void AM_EmptyValueToStringObject::showInteger(const AM_ValueText& print, f32, bool) const {
+    print("%s", "");
+}
+void AM_EmptyValueToStringObject::showFloat(const AM_ValueText& print, f32, bool) const {
+    print("%s", "");
 }
 
-void AM_BtnValueToStringObject::valueToString(AM_IParameterProvider* context,
-                                              const ParameterInfo* record, const f32* value,
-                                              char* out, i32 capacity) const {
-    if (!record) return;
-    if (isInteger(record))
-        Out{out, capacity}("%s", cut(*value) > 0 ? on : off);
-    else
-        AM_ValueToStringObject::valueToString(context, record, value, out, capacity);
+void AM_BtnValueToStringObject::showInteger(const AM_ValueText& print, f32 v, bool) const {
+    print("%s", cut(v) > 0 ? on : off);
 }
 
 std::unique_ptr<AM_ValueToStringObject> AM_makeValueToStrings() {

@@ -2,6 +2,7 @@
 // There is no way back. Numbers have a "." in every locale.
 #pragma once
 
+#include "AM_Format.h"
 #include "AM_Object.h"
 #include "AM_Parameter.h"
 
@@ -9,6 +10,18 @@
 
 // Room that is enough for every text of the family.
 inline constexpr i32 k_valueTextSize = 128;
+
+// Where one text goes: cut at the capacity and always terminated.
+struct AM_ValueText {
+    char* text;
+    i32 capacity; // characters, with the terminator
+
+    template <class... A>
+    void operator()(const char* format, const A&... arguments) const {
+        if (capacity > 0)
+            AM_STD::sprintv(text, static_cast<size_t>(capacity), format, arguments...);
+    }
+};
 
 // The plain display and the base of the family; a tree node, so that a family is searched by name.
 class AM_ValueToStringObject : public AM_Tree {
@@ -29,6 +42,11 @@ public:
     virtual void valueToString(AM_IParameterProvider* context, const ParameterInfo* record,
                                const f32* value, char* out, i32 capacity) const;
 
+protected:
+    // What a class of the family shows of an integer and of a float; `detailed` asks for digits.
+    virtual void showInteger(const AM_ValueText& print, f32 v, bool detailed) const;
+    virtual void showFloat(const AM_ValueText& print, f32 v, bool detailed) const;
+
 private:
     char name[32];
 };
@@ -39,8 +57,10 @@ private:
     class Class : public AM_ValueToStringObject {                                                  \
     public:                                                                                        \
         Class() : AM_ValueToStringObject(Name) {}                                                  \
-        void valueToString(AM_IParameterProvider* context, const ParameterInfo* record,            \
-                           const f32* value, char* out, i32 capacity) const override;              \
+                                                                                                   \
+    protected:                                                                                     \
+        void showInteger(const AM_ValueText& print, f32 v, bool detailed) const override;          \
+        void showFloat(const AM_ValueText& print, f32 v, bool detailed) const override;            \
     }
 
 // "4:1"; "12 : 1", "2.5 : 1", "1.25 : 1".
@@ -69,8 +89,9 @@ class AM_BtnValueToStringObject : public AM_ValueToStringObject {
 public:
     AM_BtnValueToStringObject(const char* name, const char* offText, const char* onText)
         : AM_ValueToStringObject(name), off(offText), on(onText) {}
-    void valueToString(AM_IParameterProvider* context, const ParameterInfo* record,
-                       const f32* value, char* out, i32 capacity) const override;
+
+protected:
+    void showInteger(const AM_ValueText& print, f32 v, bool detailed) const override;
 
 private:
     const char* off;
