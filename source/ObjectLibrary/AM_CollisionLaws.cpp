@@ -104,6 +104,27 @@ u32 AM_CollisionLaws::sumOfMultiples(i32 step) const {
     return sum;
 }
 
+template <class Cost>
+i32 AM_CollisionLaws::search(AM_ModelGenerator& generator, Range range, u32& count, u32 patience,
+                             u32& tests, Cost costOf) {
+    u32 cost = k_startCollisions;
+    i32 d = 0;
+    for (i32 draws = 0; draws < k_maxDraws && count / patience < cost; ++draws) {
+        d = drawInt(generator, range.lo, range.hi);
+        if (marks[d] != 0) continue;
+        cost = costOf(d);
+        ++count;
+        ++tests;
+    }
+    return d;
+}
+
+template <class Sum>
+u32 AM_CollisionLaws::sumOnce(i32 d, Sum sumOf) {
+    if (sums[d] == k_noSum) sums[d] = sumOf();
+    return sums[d];
+}
+
 u32 AM_CollisionLaws::firstOrder(AM_ModelGenerator& generator, Range range,
                                  AM_DelayLengths& lengths) {
     AM_Log("CollisionFirstOrder");
@@ -111,18 +132,9 @@ u32 AM_CollisionLaws::firstOrder(AM_ModelGenerator& generator, Range range,
     for (i32& length : lengths) {
         std::fill(sums.begin(), sums.end(), k_noSum);
         u32 attempts = 0;
-        u32 collisions = k_startCollisions;
-        i32 d = 0;
-        for (i32 draws = 0; draws < k_maxDraws && attempts / 5 < collisions; ++draws) {
-            d = drawInt(generator, range.lo, range.hi);
-            if (marks[d] != 0) continue;
-            if (sums[d] == k_noSum) sums[d] = sumOfMultiples(d);
-            collisions = sums[d];
-            ++attempts;
-            ++tests;
-        }
-        length = d;
-        for (i32 m = d; m < k_tableSize; m += d)
+        length = search(generator, range, attempts, 5, tests,
+                        [&](i32 d) { return sumOnce(d, [&] { return sumOfMultiples(d); }); });
+        for (i32 m = length; m < k_tableSize; m += length)
             raise(marks[m], 0xffff);
     }
     return tests;
@@ -159,19 +171,11 @@ u32 AM_CollisionLaws::secondOrder(AM_ModelGenerator& generator, Range range,
     for (i32 i = 0; i < k_numDelays; ++i) {
         std::fill(sums.begin(), sums.end(), k_noSum);
         u32 threshold = static_cast<u32>(i * i);
-        u32 collisions = k_startCollisions;
-        i32 d = 0;
-        for (i32 draws = 0; draws < k_maxDraws && threshold < collisions; ++draws) {
-            d = drawInt(generator, range.lo, range.hi);
-            if (marks[d] != 0) continue;
-            if (sums[d] == k_noSum) sums[d] = sumOfPairs(d, lengths, i);
-            collisions = sums[d];
-            ++tests;
-            ++threshold;
-        }
+        lengths[i] = search(generator, range, threshold, 1, tests, [&](i32 d) {
+            return sumOnce(d, [&] { return sumOfPairs(d, lengths, i); });
+        });
         AM_Log("maxCollisions %d", threshold);
-        lengths[i] = d;
-        markPairs(d, lengths, i);
+        markPairs(lengths[i], lengths, i);
     }
     return tests;
 }
@@ -181,17 +185,9 @@ u32 AM_CollisionLaws::primer(AM_ModelGenerator& generator, Range range, AM_Delay
     u32 tests = 0;
     for (i32& length : lengths) {
         u32 attempts = 0;
-        u32 limit = k_startCollisions;
-        i32 d = 0;
-        for (i32 draws = 0; draws < k_maxDraws && attempts / 10 < limit; ++draws) {
-            d = drawInt(generator, range.lo, range.hi);
-            if (marks[d] != 0) continue;
-            limit = primeFactorCounts[d];
-            ++attempts;
-            ++tests;
-        }
-        length = d;
-        raise(marks[d], 0xffff);
+        length = search(generator, range, attempts, 10, tests,
+                        [](i32 d) -> u32 { return primeFactorCounts[d]; });
+        raise(marks[length], 0xffff);
     }
     return tests;
 }

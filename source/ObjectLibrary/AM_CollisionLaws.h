@@ -42,6 +42,14 @@ private:
     u32 primer(AM_ModelGenerator& generator, Range range, AM_DelayLengths& lengths);
     void chromatic(AM_ModelGenerator& generator, AM_DelayLengths& lengths);
 
+    // Draws until `count`, raised by each draw without a mark, is `patience` times what the last
+    // one costs; returns that draw.
+    template <class Cost>
+    i32 search(AM_ModelGenerator& generator, Range range, u32& count, u32 patience, u32& tests,
+               Cost costOf);
+    // The sum for draw `d`, formed at its first time in a slot.
+    template <class Sum>
+    u32 sumOnce(i32 d, Sum sumOf);
     u32 sumOfMultiples(i32 step) const;
     u32 sumOfPairs(i32 d, const i32* earlier, i32 count) const;
     void markPairs(i32 d, const i32* earlier, i32 count);
