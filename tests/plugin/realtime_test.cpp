@@ -135,9 +135,10 @@ TEST(RealTime, TheWatchSeesWhatItShould) {
     std::free(block);
     t_caught = nullptr;
     t_watching = true;
-    ::operator delete(::operator new(8));
+    block = ::operator new(8);
     t_watching = false;
     EXPECT_NE(t_caught, nullptr);
+    ::operator delete(block);
 }
 
 TEST(RealTime, BlocksNeitherAllocateNorWaitNorEnterTheSystem) {
