@@ -42,7 +42,8 @@ void AM_InstanceRecs::release(AM_InstanceRec* record) {
     if (!record) return;
     Table& records = table();
     const std::lock_guard lock(records.mutex);
-    if (--record->refCount == 0) AM_Log("AM_InstanceRecs[ i ].preferences == NULL: %d", 1);
+    if (--record->refCount == 0)
+        AM_Log("AM_InstanceRecs[ i ].preferences == NULL: %d", record->preferences == nullptr);
 }
 
 AM_InstanceRec* AM_InstanceRecs::find(u32 plugId) {
