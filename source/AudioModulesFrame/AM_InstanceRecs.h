@@ -8,7 +8,7 @@ class AM_PreferencesAudio;
 // One row; rows stay for the life of the process.
 struct AM_InstanceRec {
     u32 plugId = 0;
-    i32 refCount = 0; // live instances; read it through AM_InstanceRecs
+    i32 refCount = 0;                           // live instances; read it through AM_InstanceRecs
     AM_PreferencesAudio* preferences = nullptr; // null while there is no store of them
 };
 
