@@ -2,6 +2,7 @@
 
 #include "AM_Allocator.h"
 #include "AM_Circuit.h"
+#include "AM_StopWatch.h"
 
 #include <gtest/gtest.h>
 
@@ -246,4 +247,23 @@ TEST(AudioMan, MetersShowWhatPasses) {
     man.processEvent(3, 0, 0, 1, 0);
     man.run(480);
     EXPECT_NEAR(meter(k_rowMidiLed), 0.97f, 1e-5f);
+}
+
+TEST(StopWatch, CountsRunsAndSurvivesOddBlocks) {
+    AM_StopWatch watch(nullptr), slave(nullptr);
+    slave.setMaster(&watch);
+    EXPECT_EQ(watch.getRunningTime(), 0u);
+    slave.start(0, 48000);
+    slave.stop(0, 48000);
+    watch.stop(64, 48000);
+    for (const i32 frames : {1, 64, 100000, 1 << 30}) {
+        slave.start(frames, 48000);
+        slave.start(frames, 48000);
+        while (watch.getRunningTime() == 0)
+            std::this_thread::yield();
+        slave.stop(frames, 48000);
+        EXPECT_EQ(slave.getRunningTime(), 0u);
+        EXPECT_TRUE(std::isfinite(watch.getUsage()));
+    }
+    EXPECT_GE(watch.getHighestUsage(), watch.getUsage());
 }

@@ -121,3 +121,21 @@ TEST(TransportClock, BarLinesFallOnceABar) {
     EXPECT_EQ(context.bpm, 120.0);
     EXPECT_EQ(context.position, 0.0);
 }
+
+TEST(TransportClock, RefreshCountersRunInBlocks) {
+    BlockContext context = makeContext();
+    context.numFrames = 480;
+    AM_runRefreshCounters(context, true);
+    EXPECT_EQ(context.refreshCountdown, 3000 * 4);
+    EXPECT_EQ(context.refreshPeriod, 400);
+    AM_runRefreshCounters(context, false);
+    EXPECT_EQ(context.refreshCountdown, 401);
+    for (i32 n = 0; n < 400; ++n)
+        AM_runRefreshCounters(context, true);
+    EXPECT_EQ(context.refreshCountdown, 1);
+    AM_runRefreshCounters(context, true);
+    EXPECT_EQ(context.refreshCountdown, 3000);
+    context.numFrames = 0;
+    AM_runRefreshCounters(context, true);
+    EXPECT_EQ(context.refreshCountdown, 3000);
+}
