@@ -81,7 +81,8 @@ TEST(Log, debugChannelIsATerminalOrNothing) {
     }
     close(nothing);
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+        GTEST_SKIP() << "this system gives no pseudo-terminals";
     const int slave = open(ptsname(terminal), O_RDWR | O_NOCTTY);
     ASSERT_GE(slave, 0);
     {
