@@ -8,7 +8,8 @@
 
 // A text of UTF-16 units and its UTF-8 copy, both zero-terminated; the invalid string is a state of
 // its own, told apart from the empty text. Text that is not well formed becomes U+FFFD where it is
-// broken. One thread at a time changes it; const operations may run on several.
+// broken, one for each byte or unit that can't be read. One thread at a time changes it; const
+// operations may run on several.
 class AM_String {
 public:
     AM_String() = default; // empty
@@ -40,13 +41,14 @@ public:
     // copied. Asserts "parameter error" for a null buffer or a capacity below 1.
     i32 copyToBuffer(char* buffer, i32 capacity) const;
     i32 copyToBuffer(char16_t* buffer, i32 capacity) const;
-    // From unit `first` on, all or `count` units. Asserts "illegal Position" for a negative start or
-    // count and "length() >= StartCharacter" for a start behind the end.
+    // From unit `first` on, all or `count` units. Asserts "illegal Position" for a negative start
+    // or count and "length() >= StartCharacter" for a start behind the end.
     AM_String substring(i32 first) const;
     AM_String substring(i32 first, i32 count) const;
 
 private:
-    void set(std::u16string text);
+    void set(std::string_view text);
+    void set(std::u16string_view text);
 
     std::u16string units;
     std::string narrow;
