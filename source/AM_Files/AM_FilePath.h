@@ -72,7 +72,9 @@ public:
     const_iterator() = default;
     AM_FilePath operator*() const;
     // The segment without making a path of it; "\" for the root.
-    std::u16string_view text() const { return whole.substr(position, length); }
+    std::u16string_view text() const {
+        return length == 0 ? std::u16string_view() : whole.substr(position, length);
+    }
     const_iterator& operator++();
     const_iterator operator++(int);
     bool operator==(const const_iterator& other) const { return position == other.position; }
