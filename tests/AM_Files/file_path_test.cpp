@@ -88,7 +88,8 @@ TEST(FilePath, joinsAreNotMadeCanonical) {
     EXPECT_EQ(shown(held), "/test/foo.ext/");
     EXPECT_EQ(shown(held.filename()), "foo.ext");
     EXPECT_EQ(shown(held / "/bar"), "/test/foo.ext//bar");
-    held /= held;
+    const AM_FilePath& itself = held;
+    held /= itself;
     EXPECT_EQ(shown(held), "/test/foo.ext//test/foo.ext/");
 }
 
