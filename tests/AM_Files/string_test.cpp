@@ -1,21 +1,12 @@
 #include "AM_Assert.h"
 #include "AM_String.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace std::string_literals;
-
-template <class F>
-std::string assertionOf(F&& misuse) {
-    try {
-        misuse();
-    } catch (const AM_AssertionError& error) {
-        return error.what();
-    }
-    return {};
-}
 
 TEST(String, convertsBothWays) {
     const struct {
@@ -55,22 +46,20 @@ TEST(String, replacesWhatIsBroken) {
     EXPECT_STREQ(mended.c_str(), "a\ufffd\ufffdb\ufffd");
 }
 
+template <class Text>
+void copiesWhole(const AM_String& source, const Text& whole, std::initializer_list<i32> fitting) {
+    i32 capacity = 0;
+    for (const i32 expected : fitting) {
+        Text buffer(static_cast<size_t>(++capacity), '#');
+        EXPECT_EQ(source.copyToBuffer(buffer.data(), capacity), expected);
+        EXPECT_EQ(buffer.c_str(), whole.substr(0, static_cast<size_t>(expected)));
+    }
+}
+
 TEST(String, copiesWholeCharactersAndCuts) {
     const AM_String text("a\u00fc\U0001F3B9z"); // 1, 2, 4 and 1 bytes; 1, 1, 2 and 1 units
-    const i32 bytesThatFit[] = {0, 1, 1, 3, 3, 3, 3, 7, 8, 8};
-    const i32 unitsThatFit[] = {0, 1, 2, 2, 4, 5, 5};
-    for (i32 capacity = 1; capacity <= 10; ++capacity) {
-        std::string bytes(static_cast<size_t>(capacity), '#');
-        const i32 copied = text.copyToBuffer(bytes.data(), capacity);
-        EXPECT_EQ(copied, bytesThatFit[capacity - 1]);
-        EXPECT_EQ(bytes.c_str(), text.utf8().substr(0, static_cast<size_t>(copied)));
-    }
-    for (i32 capacity = 1; capacity <= 7; ++capacity) {
-        std::u16string units(static_cast<size_t>(capacity), u'#');
-        const i32 copied = text.copyToBuffer(units.data(), capacity);
-        EXPECT_EQ(copied, unitsThatFit[capacity - 1]);
-        EXPECT_EQ(units.c_str(), text.wide().substr(0, static_cast<size_t>(copied)));
-    }
+    copiesWhole(text, text.utf8(), {0, 1, 1, 3, 3, 3, 3, 7, 8, 8});
+    copiesWhole(text, text.wide(), {0, 1, 2, 2, 4, 5, 5});
     EXPECT_STREQ(text.substring(2).c_str(), "\U0001F3B9z");
     EXPECT_STREQ(text.substring(3).c_str(), "\ufffdz");
     EXPECT_STREQ(text.substring(1, 1).c_str(), "\u00fc");
@@ -84,14 +73,21 @@ TEST(String, assertsMisuse) {
     EXPECT_FALSE(none.isValid());
     EXPECT_EQ(none, AM_String::invalid());
     EXPECT_NE(none, AM_String());
-    EXPECT_EQ(assertionOf([&] { none.length(); }), "string not valid");
-    EXPECT_EQ(assertionOf([&] { none.c_str(); }), "string not valid");
-    EXPECT_EQ(assertionOf([&] { text.substring(-1); }), "illegal Position");
-    EXPECT_EQ(assertionOf([&] { text.substring(0, -1); }), "illegal Position");
-    EXPECT_EQ(assertionOf([&] { text.substring(5); }), "length() >= StartCharacter");
-    EXPECT_EQ(assertionOf([&] { text.copyToBuffer(buffer, 0); }), "parameter error");
-    EXPECT_EQ(assertionOf([&] { text.copyToBuffer(static_cast<char*>(nullptr), 8); }),
-              "parameter error");
+    const std::pair<std::function<void()>, const char*> misuses[] = {
+        {[&] { none.length(); }, "string not valid"},
+        {[&] { none.c_str(); }, "string not valid"},
+        {[&] { text.substring(-1); }, "illegal Position"},
+        {[&] { text.substring(0, -1); }, "illegal Position"},
+        {[&] { text.substring(5); }, "length() >= StartCharacter"},
+        {[&] { text.copyToBuffer(buffer, 0); }, "parameter error"}};
+    for (const auto& [misuse, assertion] : misuses) {
+        try {
+            misuse();
+            ADD_FAILURE() << assertion;
+        } catch (const AM_AssertionError& error) {
+            EXPECT_STREQ(error.what(), assertion);
+        }
+    }
 }
 
 } // namespace
