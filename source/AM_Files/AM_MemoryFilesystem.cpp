@@ -118,9 +118,9 @@ private:
 
 bool AM_MemoryFilesystem::File::saveContent() {
     if (error || !writable) return false;
+    const i64 length = getContentSize();
     const char* buffer = getContentBuffer();
     if (buffer == nullptr) return false;
-    const i64 length = getContentSize();
     const i64 before = offset;
     offset = 0;
     const u32 written = write(buffer, static_cast<u32>(length));
