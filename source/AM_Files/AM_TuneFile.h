@@ -10,8 +10,10 @@
 class AM_TuneFile {
 public:
     AM_TuneFile();
-    // Reads the "[Exact Tuning]" section of `content`, else its "[Tuning]"; lines that are no entry
-    // are skipped. Asserts "content != NULL", "extension != NULL" and
+    // Reads the "[Exact Tuning]" section of `content`, else its "[Tuning]", up to the next line
+    // that begins with "[". An entry is a line such as "note 60 = 6000.5", in cents; other lines,
+    // and what stands behind 512 characters of a line, are skipped. An entry without a finite value
+    // logs "bad line! found vars: %d". Asserts "content != NULL", "extension != NULL" and
     // "isExtensionSupported(extension)".
     AM_TuneFile(const char* extension, const char* content);
 
