@@ -1,11 +1,12 @@
 // The formatter with any format text, any row of arguments and any capacity: it stays inside both
-// and always terminates its text.
+// and always terminates its text. Input: a line whose two bytes are the capacity, a line an
+// argument (its kind and its bytes), an empty line, the format.
 #include "AM_Format.h"
 #include "AM_Log.h"
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
-#include <fuzzer/FuzzedDataProvider.h>
 #include <memory>
 
 namespace {
@@ -18,6 +19,14 @@ public:
     }
 };
 
+// The bytes of a number, as many as there are.
+template <class T>
+T numberOf(std::string_view bytes) {
+    T number{};
+    bytes.copy(reinterpret_cast<char*>(&number), sizeof number);
+    return number;
+}
+
 // Owns what a row points to.
 struct Row {
     AM_Arguments arguments;
@@ -25,45 +34,45 @@ struct Row {
     std::deque<std::u32string> wideTexts;
     f32 rect[4] = {0, 1.5f, -2, 1e30f};
 
-    void add(FuzzedDataProvider& data) {
-        switch (data.ConsumeIntegralInRange(0, 8)) {
-        case 0:
-            arguments.add(data.ConsumeIntegral<i32>());
+    void add(char kind, std::string_view bytes) {
+        switch (kind) {
+        case 'd':
+            arguments.add(numberOf<i32>(bytes));
             break;
-        case 1:
-            arguments.add(data.ConsumeIntegral<u64>());
+        case 'u':
+            arguments.add(numberOf<u64>(bytes));
             break;
-        case 2:
-            arguments.add(data.ConsumeFloatingPoint<f64>());
+        case 'f':
+            arguments.add(numberOf<f64>(bytes));
             break;
-        case 3:
-            arguments.add(texts.emplace_back(data.ConsumeRandomLengthString(300)));
+        case 's':
+            arguments.add(texts.emplace_back(bytes));
             break;
-        case 4:
-            addUnterminated(data.ConsumeRandomLengthString(8));
+        case 'n':
+            addUnterminated(bytes);
             break;
-        case 5: {
+        case 'w': {
             std::u32string& text = wideTexts.emplace_back();
-            while (data.ConsumeBool())
-                text += data.ConsumeIntegral<char32_t>();
+            for (; !bytes.empty(); bytes.remove_prefix(std::min<size_t>(4, bytes.size())))
+                text += numberOf<char32_t>(bytes);
             arguments.add(text.c_str());
             break;
         }
-        case 6:
+        case 'r':
             arguments.add(rect);
             break;
-        case 7:
+        case '0':
             arguments.add(nullptr);
             break;
-        case 8:
+        default:
             arguments.add(static_cast<const void*>(this));
             break;
         }
     }
 
-    void addUnterminated(const std::string& text) {
+    void addUnterminated(std::string_view text) {
         auto& name = names.emplace_back(std::make_unique<Name>());
-        std::memcpy(name->characters, text.data(), text.size());
+        text.copy(name->characters, sizeof name->characters);
         arguments.add(name->characters);
     }
 
@@ -80,12 +89,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     static LengthCheck sink;
     AM_resetLog();
     AM_setLogSink(&sink);
-    FuzzedDataProvider data(bytes, size);
-    const size_t capacity = data.ConsumeIntegralInRange<size_t>(0, 2000);
+    std::string_view rest(reinterpret_cast<const char*>(bytes), size);
+    const auto takeLine = [&rest] {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(rest.size(), line.size() + 1));
+        return line;
+    };
+    const size_t capacity = numberOf<u16>(takeLine()) % 2001;
     Row row;
-    for (i32 i = data.ConsumeIntegralInRange(0, 95); i > 0; --i)
-        row.add(data);
-    const std::string format = data.ConsumeRemainingBytesAsString();
+    for (std::string_view line = takeLine(); !line.empty(); line = takeLine())
+        row.add(line[0], line.substr(1));
+    const std::string format(rest);
 
     const auto target = std::make_unique<char[]>(capacity);
     const i32 length = AM_STD::sprintv(target.get(), capacity, format.c_str(), row.arguments);

@@ -1,0 +1,30 @@
+// Tuning files of any text: every note has a target that is a number and at most the highest one.
+#include "AM_Log.h"
+#include "AM_TuneFile.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+class Silence final : public AM_LogSink {
+public:
+    void writeLine(std::string_view) override {}
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static Silence silence;
+    AM_resetLog();
+    AM_setLogSink(&silence);
+    const std::string content(reinterpret_cast<const char*>(data), size);
+    const AM_TuneFile tuning("tun", content.c_str());
+    for (i32 note = 0; note < 128; ++note) {
+        const f32 target = tuning.getTargetNote(note);
+        if (!std::isfinite(target) || target > 150.0f) std::abort();
+    }
+    AM_TuneFile::isExtensionSupported(content.c_str());
+    return 0;
+}
