@@ -40,18 +40,17 @@ std::string letters(u8 byte) {
 // The header as its definition counts, word against word.
 std::string plainHeader(const Bytes& data) {
     const size_t size = data.size();
-    std::vector<bool> marks(size);
+    std::vector<bool> marks(size / 4);
     std::array<std::array<u8, 4>, 11> longs{};
     std::array<u32, 11> counts{};
-    const auto word = [&](size_t i) {
-        return std::array{data[4 * i], data[4 * i + 1], data[4 * i + 2], data[4 * i + 3]};
-    };
-    for (size_t i = 0; i < size / 4; ++i) {
-        const auto w = word(i);
-        if (marks[i] || (w[0] == w[1] && w[1] == w[2] && w[2] == w[3])) continue;
+    std::vector<std::array<u8, 4>> words(size / 4);
+    std::copy_n(data.begin(), size / 4 * 4, reinterpret_cast<u8*>(words.data()));
+    for (size_t i = 0; i < words.size(); ++i) {
+        const auto& w = words[i];
+        if (marks[i] || std::ranges::count(w, w[0]) == 4) continue;
         u32 count = 0;
-        for (size_t j = i; j < size / 4; ++j)
-            if (word(j) == w) marks[j] = ++count > 1;
+        for (size_t j = i; j < words.size(); ++j)
+            if (words[j] == w) marks[j] = ++count > 1;
         size_t place = 10;
         for (; place > 0 && count > counts[place - 1]; --place) {
             longs[place] = longs[place - 1];
