@@ -11,6 +11,7 @@
 #include "AM_CarryBuffer.h"
 #include "AM_ChannelMaps.h"
 #include "AM_EventQueue.h"
+#include "AM_FilePath.h"
 #include "AM_GainRamp.h"
 #include "AM_LevelMeter.h"
 #include "AM_Log.h"
@@ -23,9 +24,13 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 #include <vector>
 
 class AM_CircuitObject;
+class AM_Filesystem;
+class AM_FilesystemFactory;
+class AM_IPresetAdapter;
 class AM_ParaMan;
 class AM_StopWatch;
 struct AM_InstanceRec;
@@ -41,11 +46,12 @@ struct AM_PluginInfo {
     char copyright[128] = "";
     char dataFolder[64] = "";
     u32 plugId = 0;
+    i32 versionNumber = 0; // 0x10000 for 1.0.0
     i32 numChannels = 2;
     std::atomic<i32> latency{0}; // frames
     i32 voiceCount = 1;          // never idle
-    u8 loadingSong = 0;
-    u8 wholeState = 0;
+    u8 loadingSong = 0;          // while the state of a host's project is read
+    u8 wholeState = 0;           // while such a state is written
     u8 hasInputs = 1;
     u8 hasOutputs = 1;
 };
@@ -92,6 +98,15 @@ public:
     virtual void setApi(const char* name);
     // The plug-in's interface as a number; interfaces of type 4 ask for the latency themselves.
     void setApiType(i32 type) { apiType.store(type, std::memory_order_relaxed); }
+    // Builds the instance's tree of files, for the product `name` with its presets below
+    // `presetFolder`; the constructor of a concrete plug-in calls it. The default factory takes the
+    // folders of this machine.
+    virtual void setupFilesystem(const AM_FilesystemFactory& factory, const char* name,
+                                 const char* presetFolder);
+    void setupFilesystem(const char* name, const char* presetFolder);
+    // The tree; asserts "Plugin must call createFilesystem() in it's constructor!" if there is
+    // none.
+    AM_Filesystem& getFilesystem() const;
     // Before initialize.
     virtual void setMetaSizes(i32 metas, i32 targetsPerMeta);
     // Stores the plug-in's id, once, and counts the instance in the process-wide table.
@@ -103,6 +118,31 @@ public:
     // Adds a module to the main circuit, which is created at first use and then owns the module.
     // One that does not fit, or comes after initialize, is logged and deleted.
     virtual void addToMainCircuit(AM_AudioObject* module);
+
+    // --- state, on the host's main thread -------------------------------------------------
+    // The state as text: zero-terminated, `*outSize` with the terminator, with `header` as its
+    // first line if not null. `complete`: as a host's project keeps it, with locks. Good until the
+    // next call.
+    virtual const char* getStateInfo(i32* outSize, bool complete, const char* header);
+    // The same in two steps for hosts that ask for the size first: prepare keeps a complete copy
+    // and returns its size, fetch hands it out; the copy lives until the next prepare.
+    virtual i32 prepareStateInfo(const char* header);
+    virtual const char* fetchStateInfo(i32* size);
+    // Loads a state under stateLock, then resets: what sounds is cut. `inSong`: out of a host's
+    // project, else a preset. A text of 16 MiB and more is refused. True if anything in the text
+    // was recognised; else nothing but the reset happens.
+    virtual bool setStateInfo(const char* text, i32 size, bool inSong);
+    // Loads a preset file by its extension, "q3p" or "fxp", out of the instance's tree or another
+    // one; false, with a log line and nothing changed, if it can't be had or is no preset.
+    virtual bool loadPreset(const AM_FilePath& path);
+    bool loadPreset(AM_Filesystem& files, const AM_FilePath& path);
+    // Writes the state as a preset file, in one step; without what belongs to the instance.
+    bool savePreset(AM_Filesystem& files, const AM_FilePath& path);
+    // The name of the preset file, at most 63 bytes of UTF-8; longer ones are cut.
+    virtual std::string getPresetFileName() const;
+    virtual void setPresetFileName(const char* name);
+    // The translator for presets of the plug-in `name`, or null.
+    virtual AM_IPresetAdapter* findPresetAdapter(const char* name);
 
     // --- running -----------------------------------------------------------------------
     virtual BlockContext* getBlockContext() { return context; }
@@ -220,12 +260,16 @@ private:
     void assignModuleMemory(f32* place, i32 modBytes);
     void numberObjects();
     void buildParameters();
+    void loadDefaultPreset();
     void storeSampleRate(f64 rate);
     void doReset();
     void reportLatency();
     void runDeferred();
     void watchRender();
     void deleteLeftObjects();
+
+    // --- AM_AudioManagerState.cpp
+    bool loadStateLocked(const char* text, i32 size, bool inSong);
 
     // --- AM_AudioManagerBlock.cpp
     void runBlock();
@@ -262,6 +306,13 @@ private:
     std::atomic<i32> apiType{0};
     AM_InstanceRec* instanceRecord = nullptr;
     AM_PreferenceValues preferences;
+    std::shared_ptr<AM_Filesystem> filesystem;
+
+    // The two-step save: 0 nothing prepared, 1 prepared.
+    std::string stateCache;
+    i32 stateCacheSize = 0;
+    i32 stateCachePhase = 0;
+    bool settingState = false; // under stateLock
 
     // The tree and the tables over it.
     AM_CircuitObject* circuit = nullptr;

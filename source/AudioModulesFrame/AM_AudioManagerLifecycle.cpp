@@ -4,6 +4,7 @@
 #include "AM_AudioManager.h"
 #include "AM_Circuit.h"
 #include "AM_InstanceRecs.h"
+#include "AM_LogFile.h"
 #include "AM_MemoryPlan.h"
 #include "AM_Messages.h"
 #include "AM_ParaMan.h"
@@ -35,6 +36,7 @@ AM_AudioMan::AM_AudioMan(AM_ObjectHost* givenHost, i32 internalChannels, i32 sec
     : numInternalChannels(std::clamp(internalChannels, 0, k_maxBusChannels - k_maxChannels)),
       numMatrixSlots(std::max(secondCount, 0)) {
     typeMask |= k_classAudioMan;
+    AM_useLogFile();
     if (!givenHost) {
         hostObjects = std::make_unique<AM_ObjectHost>(k_hostCapacity);
         hostObjects->setName("AudioHost");
@@ -119,6 +121,7 @@ void AM_AudioMan::initialize() {
         const std::lock_guard lock(stateLock);
         doReset();
     }
+    loadDefaultPreset();
     runState = k_initialised;
     tickId = AM_startTick(&tickRelay);
 }

@@ -243,7 +243,7 @@ void AM_AudioObject::randomizeParameter(i32 id, f32 amount) {
     AM_ParaMan& table = *manager->getParaMan();
     const ParameterInfo* info = table.row(id);
     constexpr u32 k_leftOut =
-        k_flagNoRandom | k_flagNoRandom2 | k_flagMomentary | k_flagView | k_flagNotSaved;
+        k_flagNoRandom | k_flagNoRandom2 | k_flagMomentary | k_flagView | k_flagSetUp;
     if (!info || (info->flags & k_leftOut) != 0) return;
     f32 value = table.getParameterTarget(id);
     if (info->baseKind() == k_integer) {

@@ -147,7 +147,7 @@ public:
     // Draws new values for the parameters that allow it; `amount` in percent. Integers: one draw of
     // 0 to 150 decides, above 100 for the default, below `amount` for a random value. Floats go
     // `amount` percent of the way to a random value. Left out: rows with k_flagNoRandom or
-    // k_flagNoRandom2, momentary ones, those of the editor or of no preset, and the standard block.
+    // k_flagNoRandom2, momentary ones, those of the editor or of the set-up, and the standard block.
     virtual void randomize(f32 amount);
     virtual i32 getProcessBuffer(void** out);
     // String together the objects of this subtree and of the siblings behind it that have the flag
@@ -197,6 +197,8 @@ public:
     // --- beside the slots -----------------------------------------------------------
     // Empties what sounds: the next block starts from silence. Any thread.
     virtual void reset() {}
+    // True for a row whose change starts something and whose value means nothing afterwards.
+    virtual bool isAction(i32 /*index*/) { return false; }
     // Does work that was asked for on the audio thread and may not run there; called from the
     // 50 ms tick after AM_AudioMan::postDeferred.
     virtual void runDeferred() {}
@@ -268,7 +270,7 @@ public:
     virtual void setParameterValueRaw(i32 id, f32 value) = 0;
     virtual void setParameterValueComplex(i32 id, const void* data, i32 size) = 0;
     virtual const char* writeStateSection(i32* outSize, bool complete, const char* header) = 0;
-    virtual bool loadStateText(const char* text, i32 size, bool inSong) = 0;
+    virtual bool loadStateText(const char* text, i32 size, i32 mode) = 0;
     virtual const void* writeState(i32* outSize) = 0;
     virtual bool readState(const void* stream, i32 size) = 0;
 };

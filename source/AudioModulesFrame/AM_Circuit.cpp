@@ -211,6 +211,10 @@ void* AM_CircuitObject::getParameterPointer(i32 index) {
                                   : static_cast<void*>(&p.bypass[index - firstBypassRow].state);
 }
 
+bool AM_CircuitObject::isAction(i32 index) {
+    return index == k_rowRandomize;
+}
+
 void AM_CircuitObject::parameterChanged(i32* index, f32* value, f32*) {
     if (!modData) return;
     const AM_CircuitParams& p = params();

@@ -48,6 +48,7 @@ public:
     // "Randomize" draws new values; a bypass row starts or turns the fade of its module. Any
     // thread.
     void parameterChanged(i32* index, f32* value, f32* time) override;
+    bool isAction(i32 index) override;
     void getModSourceName(i32 index, AM_ModSourceName* record) override;
     AM_ProcessFunction getProcessFunction(BlockContext* context) override;
     // Whether the object with this id is in the calling order and active. 0 stands for this

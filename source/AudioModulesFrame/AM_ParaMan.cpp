@@ -3,6 +3,8 @@
 #include "AM_AudioManager.h"
 #include "AM_AudioThread.h"
 #include "AM_Messages.h"
+#include "AM_StateReader.h"
+#include "AM_StateWriter.h"
 #include "AM_ValueToString.h"
 
 #include <algorithm>
@@ -23,7 +25,8 @@ AM_ParaMan::AM_ParaMan(AM_AudioMan* owner, i32 numMetas, i32 numTargetsPerMeta, 
                                                                     std::max(numTargetsPerMeta, 0),
                                                                     std::max(numMatrixSlots, 0)},
       ownRows(AM_makeOwnRows(layout)), state(std::make_unique<ParamRuntime>()), smoothing(*state),
-      metas(*state), displays(AM_makeValueToStrings()) {
+      metas(*state), stateWriter(std::make_unique<AM_StateWriter>(*this)),
+      stateReader(std::make_unique<AM_StateReader>(*this)), displays(AM_makeValueToStrings()) {
     setupObject(0, layout.count(), 1, 0, 0);
     liveOwnRow = ownRows[static_cast<size_t>(layout.standard() + k_rowChannelLayout)];
     liveOwnRow.maxValue = 2;
@@ -174,6 +177,7 @@ void AM_ParaMan::completeTable() {
     }
     setHostIndexTable(published);
     update();
+    keepInitialTexts();
     shownValues.resize(static_cast<size_t>(numParamsTotal));
     for (i32 id = 0; id < numParamsTotal; ++id)
         shownValues[static_cast<size_t>(id)] = getParameterValue(id);

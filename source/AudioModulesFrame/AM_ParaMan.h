@@ -13,22 +13,19 @@
 #include <boost/thread/recursive_mutex.hpp>
 
 #include <atomic>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-// How the state of an instance becomes text and bytes. A manager without one has an
-// empty state: nothing is written, nothing is read.
-class AM_IStateFormat {
-public:
-    virtual ~AM_IStateFormat() = default;
-    virtual const char* writeSection(i32* outSize, bool complete, const char* header) = 0;
-    virtual bool loadText(const char* text, i32 size, bool inSong) = 0;
-    virtual const void* write(i32* outSize) = 0;
-    virtual bool read(const void* stream, i32 size) = 0;
-};
-
+class AM_ParaMan;
+class AM_StateReader;
+class AM_StateWriter;
+struct AM_StateOptions;
 class AM_ValueToStringObject;
+
+// Takes one piece of a state's text. The piece lives for the call.
+using AM_SettingProc = void (*)(AM_ParaMan* manager, const char* text, void* user);
 
 // How a value travels: any thread sets the target of a row and marks it; the audio thread takes the
 // marked rows over at its next sub-block, steps the ramps and writes plain floats and integers into
@@ -67,13 +64,29 @@ public:
     // the call is refused; complexLock() is held throughout, so an owner with a lock of its own
     // takes complexLock() first.
     void setParameterValueComplex(i32 id, const void* data, i32 size) override;
-    // The state as text and as bytes; without a state format nothing is written or read: null with
-    // size 0, and false. Host main thread.
+    // The state as text, the terminator counted in `*outSize`, with `header` as its first line if
+    // not null. `complete`: what a host's project keeps, with locks. Good until the next call. Host
+    // main thread.
     const char* writeStateSection(i32* outSize, bool complete, const char* header) override;
-    bool loadStateText(const char* text, i32 size, bool inSong) override;
+    // Sets what a state's text holds; `mode` as in AM_StateRows.h. True if anything in it was
+    // recognised. Under stateLock.
+    bool loadStateText(const char* text, i32 size, i32 mode) override;
+    // The state as records of raw values (AM_StateSection.h). Good until the next call. Host main
+    // thread; reading under stateLock.
     const void* writeState(i32* outSize) override;
     bool readState(const void* stream, i32 size) override;
-    void setStateFormat(std::unique_ptr<AM_IStateFormat> format);
+
+    // --- states as text ---------------------------------------------------------------
+    // Hands a state's text up to the binary chunk to `proc`, piece by piece; null is logged.
+    void createSetting(AM_SettingProc proc, void* user);
+    const char* getState(i32* outSize, const char* prefix);
+    bool loadState(const char* text, i32 size, i32 mode);
+    // Whether texts get the long names as comments, and whether "!" lines of a text are obeyed.
+    void setStateComments(bool on) { stateComments = on; }
+    void setTakesSetUpText(bool on) { setUpText = on; }
+    bool takesSetUpText() const { return setUpText; }
+    // The text that a complex text row had when the table was completed.
+    const std::string& getInitialText(i32 id) const;
 
     // --- the table --------------------------------------------------------------------
     // Builds the flat table over the subtree of `root`; start-up thread, once. Then
@@ -87,6 +100,8 @@ public:
     // has no pointer or k_flagNotifyOwner. A momentary row acts on values above 0.5 and is 0 again
     // afterwards. Lines about bad values come once per instance and parameter. Any thread.
     virtual void setParameterValue(i32 id, f32 value, f32 time = 0, bool immediate = false);
+    // Sets a value out of a state: at once, and without starting what the row starts otherwise.
+    void restoreParameterValue(i32 id, f32 value);
     // The current value of the table, 0 for a bad id; meters are read where they stand. Any thread.
     f32 getParameterValue(i32 id) const;
     // What the value is heading to: the target of a ramp, or the value. Any thread.
@@ -142,6 +157,13 @@ public:
     // Any thread; the limits of meta target rows change while the program runs.
     const ParameterInfo* row(i32 id) const;
     i32 getNumParams() const { return numParamsTotal; }
+    i32 getNumMatrixSlots() const { return layout.numMatrixSlots; }
+    bool isPlaceHolder(i32 id) const;
+    // True for the rows of the matrix that hold the number of a modulation source.
+    bool isMatrixSource(i32 id) const;
+    AM_AudioMan* getManager() const { return manager; }
+    // The object that owns the row, or null.
+    AM_AudioObject* ownerOf(i32 id) const;
     i32 getOwnParamBase() const { return ownParamBase; }
     // Flat id of a row of the standard block.
     i32 standardId(AM_StandardRow row) const { return ownParamBase + layout.standard() + row; }
@@ -197,7 +219,8 @@ private:
     i32 fromHostIndex(i32 id, bool hostIndex) const;
     i32 findName(const char* name, bool ignoreCase) const;
     const AM_ValueToStringObject& displayFor(const ParameterInfo& info) const;
-    AM_IStateFormat* stateFormatOrLog();
+    AM_StateOptions stateOptions(bool complete) const;
+    void keepInitialTexts();
 
     const AM_OwnRowLayout layout;
     const std::vector<ParameterInfo> ownRows;
@@ -222,9 +245,26 @@ private:
     std::atomic<bool> stateSaveWanted{false};
     AM_AtomicBits locked;
     std::unique_ptr<Reported[]> reported;
-    AM_Once badId, complexOnAudio, noStateFormat, blockFailed;
+    AM_Once badId, complexOnAudio, blockFailed;
 
-    std::unique_ptr<AM_IStateFormat> stateFormat;
+    const std::unique_ptr<AM_StateWriter> stateWriter;
+    const std::unique_ptr<AM_StateReader> stateReader;
+    std::vector<u8> stateStream;
+    std::map<i32, std::string> initialTexts;
+    bool stateComments = false;
+    bool setUpText = false;
     std::unique_ptr<AM_ValueToStringObject> displays;
     mutable boost::recursive_mutex complexMutex;
+};
+
+// Smoothing off while it lives.
+class AM_ImmediateScope {
+public:
+    explicit AM_ImmediateScope(AM_ParaMan& manager) : paraMan(manager) { paraMan.pushImmediate(); }
+    ~AM_ImmediateScope() { paraMan.popImmediate(); }
+    AM_ImmediateScope(const AM_ImmediateScope&) = delete;
+    AM_ImmediateScope& operator=(const AM_ImmediateScope&) = delete;
+
+private:
+    AM_ParaMan& paraMan;
 };

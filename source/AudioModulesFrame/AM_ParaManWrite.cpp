@@ -188,38 +188,3 @@ void AM_ParaMan::receiveCom(const char* subject, const char* content) {
     const char* end = content + std::strlen(content);
     if (std::from_chars(content, end, id).ec == std::errc()) setLocked(id, lock);
 }
-
-// --- state -------------------------------------------------------------------------------
-
-void AM_ParaMan::setStateFormat(std::unique_ptr<AM_IStateFormat> format) {
-    stateFormat = std::move(format);
-}
-
-AM_IStateFormat* AM_ParaMan::stateFormatOrLog() {
-    if (!stateFormat && noStateFormat.first()) AM_Log("no state format");
-    return stateFormat.get();
-}
-
-const char* AM_ParaMan::writeStateSection(i32* outSize, bool complete, const char* header) {
-    AM_IStateFormat* format = stateFormatOrLog();
-    if (format) return format->writeSection(outSize, complete, header);
-    if (outSize) *outSize = 0;
-    return nullptr;
-}
-
-bool AM_ParaMan::loadStateText(const char* text, i32 size, bool inSong) {
-    AM_IStateFormat* format = stateFormatOrLog();
-    return format && format->loadText(text, size, inSong);
-}
-
-const void* AM_ParaMan::writeState(i32* outSize) {
-    AM_IStateFormat* format = stateFormatOrLog();
-    if (format) return format->write(outSize);
-    if (outSize) *outSize = 0;
-    return nullptr;
-}
-
-bool AM_ParaMan::readState(const void* stream, i32 size) {
-    AM_IStateFormat* format = stateFormatOrLog();
-    return format && format->read(stream, size);
-}

@@ -28,11 +28,11 @@ enum AM_ParameterFlag : u32 {
     k_flagNoRandom = 0x100,
     k_flagWraps = 0x200, // smoothing takes the shorter way round
     k_flagNoRandom2 = 0x400,
-    k_flagLocked = 0x800,          // keeps its value across state loads
-    k_flagUnsavedText = 0x4000000, // complex data waits to be written
-    k_flagMomentary = 0x40000000,  // a button: acts on the rising edge, neither saved nor loaded
-    k_flagNotSaved = 0x20000000,
-    k_flagView = 0x8000, // belongs to the editor
+    k_flagLocked = 0x800,         // keeps its value across state loads
+    k_flagSession = 0x1000,       // in no state
+    k_flagView = 0x8000,          // of the instance and its editor, in no preset file
+    k_flagMomentary = 0x40000000, // a button: acts on the rising edge, neither saved nor loaded
+    k_flagSetUp = 0x20000000,     // how the instance is set up; left out of randomisation
 };
 
 // One row. 116 bytes; a static table holds it with id 0, owner -1, index 0.

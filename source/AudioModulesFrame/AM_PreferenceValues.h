@@ -6,7 +6,14 @@
 #include <atomic>
 
 // Ids of preferences.
-enum AM_PreferenceId : i32 { k_prefBaseLatency = 1, k_prefMidiSmoothing = 4 };
+enum AM_PreferenceId : i32 {
+    k_prefEditor = 0, // the editor's own mode
+    k_prefBaseLatency = 1,
+    k_prefPrintParams = 2,
+    k_prefPrintBinaryState = 3,
+    k_prefMidiSmoothing = 4,
+    k_prefDebugMidiNotes = 5,
+};
 
 // Words that any thread may read and set. All start at 0 but the base latency, which is on.
 class AM_PreferenceValues {

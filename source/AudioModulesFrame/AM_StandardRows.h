@@ -11,9 +11,14 @@ enum AM_StandardRow : i32 {
     k_rowSwing = 1,
     k_rowSwingLight = 2,
     k_rowSwingTrigger = 3,
+    k_rowSelectModule = 4,
     k_rowPatchFormat = 5,
+    k_rowPatchNamed = 7,
     k_rowPatchFolder = 9,
     k_rowPatchFileName = 10,
+    k_rowMetaAuthor = 13,
+    k_rowMetaDescription = 14,
+    k_rowMetaUsage = 15,
     k_rowChannelLayout = 16,
     k_rowSurroundOptions = 17,
     k_rowLevels = 18,
@@ -26,6 +31,10 @@ enum AM_StandardRow : i32 {
     k_rowOutputPeak = 34,
     k_rowUpdateComplex = 37,
     k_rowCpuLoad = 38,
+    k_rowMetaCategories = 39,
+    k_rowMetaFeatures = 40,
+    k_rowMetaCharacter = 41,
+    k_rowNoInstance = 42, // while 1, states leave the rows of the instance out
     k_numStandardRows = 43,
 };
 

@@ -28,8 +28,10 @@ Glassmere_AudioMan::Glassmere_AudioMan(u32 id)
         AM_STD::sprintv(pluginInfo.title, sizeof pluginInfo.title, "Glassmere %s",
                         pluginInfo.version);
         AM_STD::copyText(pluginInfo.dataFolder, "Glassmere");
+        pluginInfo.versionNumber = 0x10000;
     }
     liveInstances.fetch_add(1);
+    setupFilesystem(pluginInfo.name, pluginInfo.dataFolder);
 }
 
 Glassmere_AudioMan::~Glassmere_AudioMan() {

@@ -35,6 +35,7 @@ public:
             return line.find(text) != std::string::npos;
         }));
     }
+    bool has(std::string_view text) { return count(text) > 0; }
 
 private:
     std::mutex mutex;
