@@ -2,8 +2,12 @@
 
 #include "AM_DelayNetWorks.h"
 #include "AM_LetterPicker.h"
+#include "AM_StateRows.h"
+#include "AM_Text.h"
 #include "Errors.h"
+#include "HostFile.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <random>
@@ -61,6 +65,7 @@ Instance::Instance(const Options& options, double rate)
     audioMan->setBlockSize(options.block);
     audioMan->setRenderMode(1);
 
+    if (!options.preset.empty()) loadPreset(options.preset);
     if (options.code) setCode(*options.code);
     for (const auto& [name, text] : options.settings)
         setValue(name, text);
@@ -85,18 +90,44 @@ void Instance::setCode(const std::string& code) {
         static_cast<i32>(text.size()));
 }
 
+void Instance::setText(int id, const std::string& option, const std::string& text) {
+    if (text.size() + 1 > static_cast<size_t>(parameters().row(id)->maxValue))
+        throw UsageError(option + ": the text is too long");
+    parameters().setParameterValueComplex(id, text.c_str(), static_cast<i32>(text.size()) + 1);
+}
+
+void Instance::loadPreset(const std::string& file) {
+    const HostFile place(file);
+    if (!place.files().exists(place.name()))
+        throw RenderError("the preset " + file + " is not there");
+    if (!audioMan->loadPreset(place.files(), place.name()))
+        throw RenderError(file + " can't be read or is no preset of Glassmere");
+}
+
+void Instance::savePreset(const Options& options) {
+    for (const auto& [key, text] : options.metadata) {
+        const auto found = std::find_if(
+            std::begin(k_metaKeys), std::end(k_metaKeys), [&key = key](const AM_MetaKey& meta) {
+                return AM_STD::toLower(meta.key) == AM_STD::toLower(key);
+            });
+        if (found == std::end(k_metaKeys)) throw UsageError("there is no metadata '" + key + "'");
+        setText(parameters().standardId(found->row), "--meta " + key, text);
+    }
+    const HostFile place(options.savedPreset);
+    if (!options.force && place.files().exists(place.name()))
+        throw UsageError(options.savedPreset + " is there already (--force overwrites it)");
+    parameters().setStateComments(options.comments);
+    if (!audioMan->savePreset(place.files(), place.name()))
+        throw RenderError("can't write the preset " + options.savedPreset);
+}
+
 void Instance::setValue(const std::string& name, const std::string& text) {
     const int id = requireParameter(name);
     const ParameterInfo& row = *parameters().row(id);
     if (row.isMeter()) throw UsageError("'" + name + "' is a meter and can't be set");
     if (row.flags & k_flagMomentary)
         throw UsageError("'" + name + "' is a button: --press " + name);
-    if (row.kind == k_complexText) {
-        if (text.size() + 1 > static_cast<size_t>(row.maxValue))
-            throw UsageError("--set " + name + ": the text is too long");
-        parameters().setParameterValueComplex(id, text.c_str(), static_cast<i32>(text.size()) + 1);
-        return;
-    }
+    if (row.kind == k_complexText) return setText(id, "--set " + name, text);
     if (row.isComplex()) throw UsageError("'" + name + "' holds no single value");
     const f32 value = parseValue(parameters(), id, name, text);
     if (!(value >= row.minValue && value <= row.maxValue))

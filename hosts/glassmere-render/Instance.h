@@ -12,9 +12,10 @@ class AM_DelayNetWorks;
 
 class Instance {
 public:
-    // Creates the plug-in at `rate` Hz, sets the code, then the values, then presses the buttons;
-    // all of it is in force from the first frame. Throws UsageError for a parameter that does not
-    // exist, cannot be set that way or a value out of its range, RenderError if the plug-in fails.
+    // Creates the plug-in at `rate` Hz, loads the preset, sets the code, then the values, then
+    // presses the buttons; all of it is in force from the first frame. Throws UsageError for a
+    // parameter that does not exist, cannot be set that way or a value out of its range,
+    // RenderError if the plug-in fails.
     Instance(const Options& options, double rate);
     ~Instance();
     Instance(const Instance&) = delete;
@@ -30,13 +31,18 @@ public:
     bool isAsleep() const;
     // The code in force.
     std::string code() const;
+    // Writes the preset that the options ask for. Throws UsageError for an unknown metadata key or
+    // a file that is there and may not be overwritten, RenderError if it can't be written.
+    void savePreset(const Options& options);
 
     Glassmere_AudioMan& manager() { return *audioMan; }
     AM_ParaMan& parameters() const { return *audioMan->getParaMan(); }
 
 private:
     int requireParameter(const std::string& name) const;
+    void loadPreset(const std::string& file);
     void setCode(const std::string& code);
+    void setText(int id, const std::string& option, const std::string& text);
     void setValue(const std::string& name, const std::string& text);
     void press(const std::string& name);
     void settle(int block);

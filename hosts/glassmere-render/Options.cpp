@@ -21,6 +21,7 @@ struct RawOptions {
     std::string code;
     std::string describe;
     std::vector<std::string> settings;
+    std::vector<std::string> metadata;
     std::string rate;
     std::string tail;
     std::string bits;
@@ -55,13 +56,27 @@ void checkCode(const std::string& code) {
                          std::to_string(code.size()));
 }
 
-void readSettings(const RawOptions& raw, Options& options) {
-    for (const std::string& text : raw.settings) {
+std::vector<std::pair<std::string, std::string>> readPairs(const std::vector<std::string>& texts,
+                                                           const std::string& wanted) {
+    std::vector<std::pair<std::string, std::string>> pairs;
+    for (const std::string& text : texts) {
         const size_t equals = text.find('=');
         if (equals == 0 || equals == std::string::npos)
-            throw UsageError("--set wants NAME=VALUE, not '" + text + "'");
-        options.settings.emplace_back(text.substr(0, equals), text.substr(equals + 1));
+            throw UsageError(wanted + ", not '" + text + "'");
+        pairs.emplace_back(text.substr(0, equals), text.substr(equals + 1));
     }
+    return pairs;
+}
+
+void checkPresets(const Options& options) {
+    const bool printing =
+        options.mode == Options::Mode::list || options.mode == Options::Mode::describe;
+    if (printing && !options.savedPreset.empty())
+        throw UsageError("--save-preset can't be used with --list or --describe");
+    if (options.mode == Options::Mode::describe && !options.preset.empty())
+        throw UsageError("--describe takes its code as its argument and no preset");
+    if (options.savedPreset.empty() && (options.comments || !options.metadata.empty()))
+        throw UsageError("--comments and --meta belong to --save-preset");
 }
 
 void readFormat(const RawOptions& raw, Options& options) {
@@ -101,6 +116,8 @@ void readFiles(const RawOptions& raw, Options& options) {
         if (files.size() != 1) throw UsageError("--impulse wants OUTPUT, and no INPUT");
         options.output = files[0];
         break;
+    case Options::Mode::savePreset:
+        break;
     default:
         if (!files.empty()) throw UsageError("no file is used here: '" + files[0] + "'");
     }
@@ -113,6 +130,9 @@ Options check(const RawOptions& raw, bool hasCode, bool hasDescribe) {
     if (raw.impulse) options.mode = Options::Mode::impulse;
     if (raw.list) options.mode = Options::Mode::list;
     if (hasDescribe) options.mode = Options::Mode::describe;
+    if (options.mode == Options::Mode::render && raw.files.empty() && !options.savedPreset.empty())
+        options.mode = Options::Mode::savePreset;
+    checkPresets(options);
     const bool printing = raw.list || hasDescribe;
     if (options.json && !printing) throw UsageError("--json belongs to --list or --describe");
     if (hasDescribe && (hasCode || !raw.settings.empty() || !options.presses.empty()))
@@ -121,7 +141,8 @@ Options check(const RawOptions& raw, bool hasCode, bool hasDescribe) {
     if (hasDescribe) options.code = raw.describe;
     if (options.code) checkCode(*options.code);
 
-    readSettings(raw, options);
+    options.settings = readPairs(raw.settings, "--set wants NAME=VALUE");
+    options.metadata = readPairs(raw.metadata, "--meta wants KEY=VALUE");
     readFormat(raw, options);
     readTail(raw, options);
     readRate(raw, options);
@@ -137,14 +158,22 @@ Options check(const RawOptions& raw, bool hasCode, bool hasDescribe) {
 const char* const k_help =
     R"(glassmere-render [options] INPUT OUTPUT       process a sound file
 glassmere-render --impulse [options] OUTPUT   the reverb's impulse response
+glassmere-render --save-preset FILE [options] write a preset and render nothing
 glassmere-render --list [--json]              parameters: short and long name, module, range,
                                               default, value text
 glassmere-render --describe CODE [--json]     the model that a code builds
 
+  --preset FILE        a preset (q3p, fxp); --code and --set come after it
   --code TEXT          the code ("Params"), taken exactly as given
   --set NAME=VALUE     a parameter by short or long name, or MODULE:NAME; repeatable
   --press NAME         press a momentary button (Rnd, Ord) before processing; prints the
                        new code; repeatable
+  --save-preset FILE   write what is set to a preset (q3p)
+  --comments           with --save-preset: the long names behind the values
+  --meta KEY=VALUE     with --save-preset: Author, Description, Usage, Categories, Features or
+                       Character; repeatable
+  --data DIR           use DIR as the data folder and none of this machine's; a preset
+                       Presets/Glassmere/default.q3p in it is what the plug-in begins with
   --rate HZ            with --impulse: the sample rate (default 48000)
   --block N            host block size in frames (default 512)
   --no-base-latency    the path without carry (N a multiple of 16)
@@ -153,7 +182,7 @@ glassmere-render --describe CODE [--json]     the model that a code builds
                        at most 60 s
   --bits 16|24|32f     sample format (default 32f, FLAC 24); WAV, FLAC, AIFF, OGG by OUTPUT's
                        extension
-  --force              overwrite OUTPUT
+  --force              overwrite OUTPUT and the preset
   -q, --quiet          no progress
   --version, --help
 
@@ -170,6 +199,11 @@ void declare(CLI::App& app, RawOptions& raw) {
     app.add_flag("--json", options.json);
     app.add_option("--code", raw.code);
     app.add_option("--set", raw.settings)->allow_extra_args(false);
+    app.add_option("--meta", raw.metadata)->allow_extra_args(false);
+    app.add_option("--preset", options.preset);
+    app.add_option("--save-preset", options.savedPreset);
+    app.add_option("--data", options.dataFolder);
+    app.add_flag("--comments", options.comments);
     app.add_option("--press", options.presses)->allow_extra_args(false);
     app.add_option("--rate", raw.rate);
     app.add_option("--block", options.block);

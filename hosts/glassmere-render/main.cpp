@@ -1,4 +1,5 @@
 // glassmere-render: renders sound files through the plug-in, without a host.
+#include "AM_FolderResolver.h"
 #include "AM_Log.h"
 #include "Describe.h"
 #include "Errors.h"
@@ -11,6 +12,7 @@
 #include <cmath>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <string_view>
 
 namespace {
@@ -38,6 +40,7 @@ void report(const Options& options, const Instance& instance, const SoundWriter&
 void renderSource(const Options& options, SampleSource& source, int rate) {
     Instance instance(options, rate);
     if (!options.presses.empty()) std::printf("code %s\n", instance.code().c_str());
+    if (!options.savedPreset.empty()) instance.savePreset(options);
     RenderJob job(options, rate);
     SoundWriter writer(options.output, rate, options.format, options.force,
                        job.expectedFrames(source));
@@ -62,10 +65,21 @@ void render(const Options& options) {
     renderSource(options, source, reader.rate());
 }
 
+void useDataFolder(const std::string& folder) {
+    if (!std::filesystem::is_directory(folder))
+        throw UsageError("--data wants a folder, not '" + folder + "'");
+    AM_setAlternateFolder(std::filesystem::absolute(folder).c_str());
+}
+
 void run(const Options& options) {
+    if (!options.dataFolder.empty()) useDataFolder(options.dataFolder);
     if (options.mode == Options::Mode::describe) {
         const std::string& code = *options.code;
         std::fputs((options.json ? describeAsJson(code) : describeAsText(code)).c_str(), stdout);
+    } else if (options.mode == Options::Mode::savePreset) {
+        Instance instance(options, options.rate);
+        instance.savePreset(options);
+        std::printf("%s: code %s\n", options.savedPreset.c_str(), instance.code().c_str());
     } else if (options.mode == Options::Mode::list) {
         Instance instance(options, options.rate);
         std::fputs((options.json ? listAsJson(instance) : listAsText(instance)).c_str(), stdout);
