@@ -3,7 +3,10 @@
 
 #include "AM_Filesystem.h"
 
-// Answers where the parts of the tree lie, as absolute UTF-8 paths; "" if there is no such folder.
+#include <vector>
+
+// Answers where the parts of the tree lie, as absolute UTF-8 paths; "" if there is no such folder,
+// which is logged.
 class AM_FilesystemFactory {
 public:
     virtual ~AM_FilesystemFactory() = default;
@@ -11,6 +14,9 @@ public:
                                 const char* presetSubfolder) const;
     virtual void getSupportPath(AM_String* result, const char* name) const;
     virtual void getDataPath(AM_String* result, const char* name) const;
+    // Folders to be read behind that of getPresetsPath or getDataPath.
+    virtual std::vector<AM_String> getSharedPresetsPaths(const char* presetSubfolder) const;
+    virtual std::vector<AM_String> getSharedDataPaths(const char* name) const;
 };
 
 // Builds the tree with "/module-patches", "/patches", "/support" and "/data"; ".svn" is excluded.

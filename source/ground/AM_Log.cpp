@@ -18,15 +18,31 @@ enum ChannelState : u32 { k_channelUnknown, k_channelClosed, k_channelOpen };
 
 // All of this is constant-initialised and has no destructor, so a line may be logged at any time of
 // the library's life, static constructors and destructors included.
-constinit std::atomic<AM_LogSink*> sink = nullptr; // written under `outputMutex`
+constinit std::atomic<AM_LogSink*> sink = nullptr;         // written under `outputMutex`
+constinit std::atomic<AM_LogSink*> file = nullptr;         // owned, written under `outputMutex`
+constinit std::atomic<AM_LogFileOpener> unasked = nullptr; // the opener until it was asked
+constinit AM_LogFileOpener fileOpener = nullptr;           // under `outputMutex`
 constinit std::atomic<u32> channel = k_channelUnknown;
 constinit std::atomic<u32> calls = 0;
 constinit std::atomic<u32> dropped = 0;
 constinit AM_LogRing ring; // read under `outputMutex`
 constinit std::mutex outputMutex;
 
-// True while this thread is inside a sink, which must not come back to the log's mutex.
-[[gnu::tls_model("initial-exec")]] thread_local bool insideSink = false;
+// Whose code this thread runs while it holds `outputMutex`, which it must not take again.
+enum Inside : u8 { k_insideNothing, k_insideSink, k_insideOpener };
+[[gnu::tls_model("initial-exec")]] thread_local Inside inside = k_insideNothing;
+
+// Calls `function` as code that may throw and log. Diagnostics never disturb what they report on.
+template <class F>
+void callInside(Inside what, const F& function) noexcept {
+    const Inside before = inside;
+    inside = what;
+    try {
+        function();
+    } catch (...) {
+    }
+    inside = before;
+}
 
 // Whether the debug channel has a reader. Asking is a system call, so an audio thread that comes
 // first leaves the question to the thread that empties the ring.
@@ -39,20 +55,35 @@ ChannelState channelState() noexcept {
     return static_cast<ChannelState>(state);
 }
 
+void writeToChannel(std::string_view line) noexcept {
+    if (channelState() == k_channelOpen) AM_writeDebugChannel(line);
+}
+
+// Under `outputMutex`, so that no line of another thread passes by the file while it is opened.
+void askForFile() noexcept {
+    const AM_LogFileOpener opener = unasked.load(std::memory_order_relaxed);
+    if (opener == nullptr) return;
+    callInside(k_insideOpener, [&] { file.store(opener(), std::memory_order_relaxed); });
+    unasked.store(nullptr, std::memory_order_relaxed);
+}
+
+// Under `outputMutex`.
+void closeFile() noexcept {
+    const AM_LogSink* const old = file.exchange(nullptr, std::memory_order_relaxed);
+    callInside(k_insideSink, [&] { delete old; });
+}
+
 // Under `outputMutex`, not on an audio thread.
 void writeLine(std::string_view line) noexcept {
-    AM_LogSink* const target = sink.load(std::memory_order_relaxed);
+    AM_LogSink* target = sink.load(std::memory_order_relaxed);
     if (target == nullptr) {
-        if (channelState() == k_channelOpen) AM_writeDebugChannel(line);
-        return;
+        askForFile();
+        target = file.load(std::memory_order_relaxed);
     }
-    insideSink = true;
-    try {
-        target->writeLine(line);
-    } catch (...) {
-        // Diagnostics never disturb what they report on.
-    }
-    insideSink = false;
+    if (target != nullptr)
+        callInside(k_insideSink, [&] { target->writeLine(line); });
+    else
+        writeToChannel(line);
 }
 
 // Under `outputMutex`. At most one ring of lines, so that a busy audio thread cannot hold it.
@@ -69,13 +100,15 @@ void emptyRing() noexcept {
 }
 
 bool mayTakeOutputMutex() noexcept {
-    return !insideSink && !AM_onAudioThread();
+    return inside == k_insideNothing && !AM_onAudioThread();
 }
 
 void sendLine(std::string_view line) noexcept {
     if (AM_onAudioThread()) {
         if (!ring.push(line)) dropped.fetch_add(1, std::memory_order_relaxed);
-    } else if (!insideSink) {
+    } else if (inside == k_insideOpener) {
+        writeToChannel(line);
+    } else if (inside == k_insideNothing) {
         std::lock_guard lock(outputMutex);
         emptyRing(); // what happened before stands before
         writeLine(line);
@@ -150,8 +183,12 @@ constinit Writer* writer = nullptr; // under `sessionMutex`
 } // namespace
 
 bool AM_logIsHeard() noexcept {
-    if (calls.load(std::memory_order_relaxed) >= k_maxLogCalls || insideSink) return false;
-    return sink.load(std::memory_order_relaxed) != nullptr || channelState() != k_channelClosed;
+    if (calls.load(std::memory_order_relaxed) >= k_maxLogCalls || inside == k_insideSink)
+        return false;
+    const bool mayReachFile = sink.load(std::memory_order_relaxed) != nullptr ||
+                              file.load(std::memory_order_relaxed) != nullptr ||
+                              unasked.load(std::memory_order_relaxed) != nullptr;
+    return (mayReachFile && inside != k_insideOpener) || channelState() != k_channelClosed;
 }
 
 void AM_logArguments(const char* format, const AM_Arguments& arguments) {
@@ -172,6 +209,15 @@ AM_LogSink* AM_setLogSink(AM_LogSink* newSink) {
     return sink.exchange(newSink, std::memory_order_relaxed);
 }
 
+void AM_setLogFileOpener(AM_LogFileOpener opener) {
+    if (!mayTakeOutputMutex()) return;
+    std::lock_guard lock(outputMutex);
+    if (opener == fileOpener) return;
+    closeFile();
+    fileOpener = opener;
+    unasked.store(opener, std::memory_order_relaxed);
+}
+
 void AM_flushLog() {
     if (!mayTakeOutputMutex()) return;
     std::lock_guard lock(outputMutex);
@@ -181,6 +227,10 @@ void AM_flushLog() {
 void AM_resetLog() {
     calls.store(0, std::memory_order_relaxed);
     channel.store(k_channelUnknown, std::memory_order_relaxed);
+    if (!mayTakeOutputMutex()) return;
+    std::lock_guard lock(outputMutex);
+    closeFile();
+    unasked.store(fileOpener, std::memory_order_relaxed);
 }
 
 AM_LogSession::AM_LogSession() {

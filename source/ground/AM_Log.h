@@ -6,9 +6,9 @@
 // Of a call at most 10000 characters count. "ALERT!", "WARNING" and "ERROR" at the head of a line
 // are the only levels.
 //
-// Where they go: to the sink while one is attached, else to the platform's debug channel. While
-// there is neither, a call returns before formatting. A run's log falls silent after 100000 calls
-// that anybody could hear.
+// Where they go: to the sink while one is attached, else to the log file if an opener is set and
+// finds one, else to the platform's debug channel. While there is none of them, a call returns
+// before formatting. A run's log falls silent after 100000 calls that anybody could hear.
 //
 // Threads. Any thread but an audio thread writes its lines at once, under the log's mutex. An audio
 // thread (AM_AudioThread.h) puts them into a ring of 256 lines, without a lock, allocation or
@@ -42,6 +42,14 @@ public:
 // an audio thread nor from inside writeLine, where it changes nothing.
 AM_LogSink* AM_setLogSink(AM_LogSink* sink);
 
+// Answers with the log's file as a new sink, which the log deletes, or null if there is none. It
+// may take its time; what it logs goes to the debug channel. What it throws counts as null.
+using AM_LogFileOpener = AM_LogSink* (*)();
+// Sets who opens the log file, null for nobody. It is asked once, by the first line that no sink
+// takes, never on an audio thread. Setting another one closes the file; setting the same one again
+// does nothing. Not from an audio thread, writeLine or an opener, where it changes nothing.
+void AM_setLogFileOpener(AM_LogFileOpener opener);
+
 // Keeps the writer thread alive while an instance lives: the first one starts it, the last one
 // joins it and empties the ring. Any number at once, from any threads but audio threads and not
 // from inside writeLine. Without a writer thread the log works too, but audio threads' lines wait.
@@ -60,8 +68,8 @@ void AM_flushLog();
 bool AM_logIsHeard() noexcept;
 // Logs with a row of arguments made before.
 void AM_logArguments(const char* format, const AM_Arguments& arguments);
-// Starts the run's log anew: calls count from 0, and the debug channel is looked up again. For
-// tests.
+// Starts the run's log anew: calls count from 0, the log file is closed, and the file and the debug
+// channel are looked up again. For tests.
 void AM_resetLog();
 
 // Logs `format` with its arguments (see AM_Format.h); a null format logs what the formatter says of
