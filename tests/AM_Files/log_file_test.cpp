@@ -22,7 +22,7 @@ protected:
         unsetenv("XDG_CONFIG_HOME");
         folder.makeFolder("Desktop");
         keptError = dup(STDERR_FILENO);
-        terminal = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+        terminal = posix_openpt(O_RDWR | O_NOCTTY);
         if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
             GTEST_SKIP() << "this system gives no pseudo-terminals";
         slave = open(ptsname(terminal), O_RDWR | O_NOCTTY);
@@ -39,13 +39,14 @@ protected:
         setenv("HOME", before.c_str(), 1);
     }
     std::string file() const { return folder.read("Desktop/Glassmere.log"); }
-    // What the debug channel has got since the last time.
+    // What the debug channel has got since the last time; a mark tells where that ends.
     std::string channel() const {
-        std::string text(1 << 16, 0);
-        const ssize_t length = read(terminal, text.data(), text.size());
-        text.resize(length > 0 ? static_cast<size_t>(length) : 0);
-        std::erase(text, '\r');
-        return text;
+        const std::string mark = "end of channel\n";
+        EXPECT_EQ(write(slave, mark.data(), mark.size()), static_cast<ssize_t>(mark.size()));
+        std::string text;
+        for (char piece = 0; !text.ends_with(mark) && read(terminal, &piece, 1) == 1;)
+            if (piece != '\r') text += piece;
+        return text.substr(0, text.size() - mark.size());
     }
 
     TemporaryFolder folder;

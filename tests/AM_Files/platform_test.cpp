@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <sys/stat.h>
+#include <utility>
 
 namespace {
 
@@ -44,8 +45,10 @@ TEST_F(Platform, foldersAndFiles) {
     EXPECT_EQ(directory.getFile("f", &file, true), k_fileOk);
     EXPECT_EQ(directory.createFile("f", &file, false), k_fileNotCreated);
     EXPECT_EQ(directory.createFile("a", &file, true), k_fileNotCreated);
-    EXPECT_EQ(log.count("vela Error 1: file couldn't be created to " + root + "a\\f - this"), 1);
-    EXPECT_EQ(log.count("vela Error 1"), 1); // once per process
+    static int expected = 1; // once per process, so not when the test is repeated
+    EXPECT_EQ(log.count("vela Error 1: file couldn't be created to " + root + "a\\f - this"),
+              expected);
+    EXPECT_EQ(log.count("vela Error 1"), std::exchange(expected, 0));
     EXPECT_EQ(directory.enter("f", true), k_fileNotFolder);
 
     AM_String name;
