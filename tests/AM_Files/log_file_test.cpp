@@ -66,8 +66,10 @@ TEST_F(LogFile, takesTheLinesIfItExists) {
     AM_Log("one\n\ntwo");
     EXPECT_EQ(file(), "from the ring\none\ntwo\n");
     AM_useLogFile();
+    AM_Log("three");
+    EXPECT_EQ(file(), "from the ring\none\ntwo\nthree\n");
     {
-        LogCapture sink;
+        LogCapture sink; // which starts the log anew
         AM_Log("to the sink");
         EXPECT_EQ(sink.take(), Lines{"to the sink"});
         AM_setLogSink(nullptr);

@@ -189,7 +189,9 @@ TEST_F(Platform, faultsLeaveWhatWasThere) {
     folder.link("device", "/dev/full");
     ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0666), 0);
     folder.permit("locked", 0555);
-    folder.permit("file", 0444);
+    folder.write("open/file", "old");
+    folder.permit("open", 0777);
+    folder.permit("open/file", 0444);
     const std::string longName(300, 'n');
     const auto before = folder.snapshot();
     const auto asNobody = [&](const char* path) {
@@ -211,7 +213,7 @@ TEST_F(Platform, faultsLeaveWhatWasThere) {
         {"loop", usually, ELOOP, false},          {"dangling", usually, ENOENT, false},
         {"locked", usually, EISDIR, false},       {"pipe", usually, ENXIO, false},
         {"device", usually, ENXIO, false},        {"locked/file", asNobody, EACCES, true},
-        {"file", asNobody, EACCES, true},         {"other", onFullDisk, EFBIG, true},
+        {"open/file", asNobody, EACCES, true},    {"other", onFullDisk, EFBIG, true},
         {"new", onFullDisk, EFBIG, false},        {longName.c_str(), usually, ENAMETOOLONG, false},
     };
     for (const auto& fault : faults) {
