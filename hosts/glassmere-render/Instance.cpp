@@ -2,6 +2,8 @@
 
 #include "AM_DelayNetWorks.h"
 #include "AM_LetterPicker.h"
+#include "AM_MidiAssignFile.h"
+#include "AM_Preferences.h"
 #include "AM_StateRows.h"
 #include "AM_Text.h"
 #include "Errors.h"
@@ -59,13 +61,19 @@ Instance::Instance(const Options& options, double rate)
     network = dynamic_cast<AM_DelayNetWorks*>(audioMan->findObject("FDN"));
     if (!network || !audioMan->getBlockContext())
         throw RenderError("the plug-in could not be started");
+    // What waits for a tick is done between blocks, the same way in each render.
+    audioMan->setRunsOnHostLoop(true);
     audioMan->setPreferenceValue(k_prefBaseLatency, options.baseLatency ? 1 : 0);
+    for (const auto& [key, value] : options.preferences)
+        setPreference(key, value);
     audioMan->changePlugInLatency(0);
     audioMan->setSampleRate(rate);
     audioMan->setBlockSize(options.block);
     audioMan->setRenderMode(1);
 
     if (!options.preset.empty()) loadPreset(options.preset);
+    if (options.program) loadProgram(options.program->first, options.program->second);
+    if (!options.assignments.empty()) readAssignments(options.assignments);
     if (options.code) setCode(*options.code);
     for (const auto& [name, text] : options.settings)
         setValue(name, text);
@@ -94,6 +102,33 @@ void Instance::setText(int id, const std::string& option, const std::string& tex
     if (text.size() + 1 > static_cast<size_t>(parameters().row(id)->maxValue))
         throw UsageError(option + ": the text is too long");
     parameters().setParameterValueComplex(id, text.c_str(), static_cast<i32>(text.size()) + 1);
+}
+
+// On this instance alone: a render changes nobody's settings.
+void Instance::setPreference(const std::string& key, const std::string& value) {
+    const AudioPrefEnum* entry = AM_PreferencesAudio::find(key, value);
+    if (!entry) throw UsageError("--pref " + key + ": there is no such preference or value");
+    if (entry->id < 0) throw UsageError("--pref " + key + ": it does not concern a render");
+    audioMan->setPreferenceValue(entry->id, entry->value);
+}
+
+void Instance::readAssignments(const std::string& file) {
+    const HostFile place(file);
+    auto* store = dynamic_cast<AM_PreferencesAudio*>(audioMan->getSharedPreferences());
+    if (!store || !AM_MidiAssignFile::readFile(place.files(), place.name(), store->getMidiAssigns(),
+                                               parameters()))
+        throw RenderError("the assignments " + file + " can't be read");
+}
+
+void Instance::loadProgram(int bank, int number) {
+    audioMan->controllerInput(0, 0, bank, 0);
+    if (!audioMan->setMidiProgram(number, nullptr))
+        throw RenderError("there is no program " + std::to_string(bank) + ':' +
+                          std::to_string(number));
+}
+
+void Instance::sendMidi(const std::uint8_t* bytes, int length, int frame) {
+    audioMan->handleMidiBytes(bytes, length, frame);
 }
 
 void Instance::loadPreset(const std::string& file) {
@@ -175,6 +210,7 @@ void Instance::process(float* const (&in)[2], float* const (&out)[2], int count)
     const DenormalsAreZero guard;
     audioMan->setTransport(context, position, bar);
     audioMan->processBlock();
+    audioMan->idle();
     framesDone += count;
 }
 

@@ -5,6 +5,7 @@
 #include "Glassmere_AudioMan.h"
 #include "Options.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -25,6 +26,9 @@ public:
     // position, and moves it on. `in` and `out` may be the same channels.
     void process(float* const (&in)[2], float* const (&out)[2], int count);
 
+    // Hands the plug-in one MIDI message, `frame` frames into the block to come.
+    void sendMidi(const std::uint8_t* bytes, int length, int frame);
+
     // Frames by which the output is behind the input.
     int latency() const;
     // True while the reverb has nothing left to sound.
@@ -40,6 +44,9 @@ public:
 
 private:
     int requireParameter(const std::string& name) const;
+    void setPreference(const std::string& key, const std::string& value);
+    void readAssignments(const std::string& file);
+    void loadProgram(int bank, int number);
     void loadPreset(const std::string& file);
     void setCode(const std::string& code);
     void setText(int id, const std::string& option, const std::string& text);

@@ -22,6 +22,8 @@ struct RawOptions {
     std::string describe;
     std::vector<std::string> settings;
     std::vector<std::string> metadata;
+    std::vector<std::string> preferences;
+    std::string program;
     std::string rate;
     std::string tail;
     std::string bits;
@@ -66,6 +68,22 @@ std::vector<std::pair<std::string, std::string>> readPairs(const std::vector<std
         pairs.emplace_back(text.substr(0, equals), text.substr(equals + 1));
     }
     return pairs;
+}
+
+void readProgram(const RawOptions& raw, Options& options) {
+    if (raw.program.empty()) return;
+    const size_t colon = raw.program.find(':');
+    const std::string usage =
+        "--program wants BANK:NUMBER, 0 to 127 each, not '" + raw.program + "'";
+    if (colon == std::string::npos) throw UsageError(usage);
+    const auto part = [&usage](const std::string& text) {
+        int value = -1;
+        const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        if (error != std::errc() || rest != text.data() + text.size() || value < 0 || value > 127)
+            throw UsageError(usage);
+        return value;
+    };
+    options.program = {part(raw.program.substr(0, colon)), part(raw.program.substr(colon + 1))};
 }
 
 void checkPresets(const Options& options) {
@@ -142,6 +160,8 @@ Options check(const RawOptions& raw, bool hasCode, bool hasDescribe) {
     if (options.code) checkCode(*options.code);
 
     options.settings = readPairs(raw.settings, "--set wants NAME=VALUE");
+    options.preferences = readPairs(raw.preferences, "--pref wants KEY=VALUE");
+    readProgram(raw, options);
     options.metadata = readPairs(raw.metadata, "--meta wants KEY=VALUE");
     readFormat(raw, options);
     readTail(raw, options);
@@ -168,6 +188,12 @@ glassmere-render --describe CODE [--json]     the model that a code builds
   --set NAME=VALUE     a parameter by short or long name, or MODULE:NAME; repeatable
   --press NAME         press a momentary button (Rnd, Ord) before processing; prints the
                        new code; repeatable
+  --program BANK:N     a program out of the banks in "MIDI Programs"; --code and --set come
+                       after it
+  --midi FILE          a Standard MIDI File whose events reach the plug-in in time with INPUT
+  --assign FILE        which controllers move which parameters, in place of the plug-in's own
+  --pref KEY=VALUE     a preference (SmoothMidiCtrls, BaseLatencyBuffer16) for this render;
+                       repeatable
   --save-preset FILE   write what is set to a preset (q3p)
   --comments           with --save-preset: the long names behind the values
   --meta KEY=VALUE     with --save-preset: Author, Description, Usage, Categories, Features or
@@ -201,6 +227,10 @@ void declare(CLI::App& app, RawOptions& raw) {
     app.add_option("--set", raw.settings)->allow_extra_args(false);
     app.add_option("--meta", raw.metadata)->allow_extra_args(false);
     app.add_option("--preset", options.preset);
+    app.add_option("--midi", options.midi);
+    app.add_option("--assign", options.assignments);
+    app.add_option("--program", raw.program);
+    app.add_option("--pref", raw.preferences)->allow_extra_args(false);
     app.add_option("--save-preset", options.savedPreset);
     app.add_option("--data", options.dataFolder);
     app.add_flag("--comments", options.comments);

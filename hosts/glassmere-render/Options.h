@@ -12,13 +12,17 @@ struct Options {
     enum class Mode { render, impulse, list, describe, savePreset };
 
     Mode mode = Mode::render;
-    std::string input;                                         // render only
-    std::string output;                                        // render and impulse
-    std::string dataFolder;                                    // --data, empty: the machine's
-    std::string preset;                                        // --preset, empty: none
-    std::string savedPreset;                                   // --save-preset, empty: none
-    bool comments = false;                                     // in the saved preset
-    std::vector<std::pair<std::string, std::string>> metadata; // --meta, in order
+    std::string input;                          // render only
+    std::string output;                         // render and impulse
+    std::string dataFolder;                     // --data, empty: the machine's
+    std::string preset;                         // --preset, empty: none
+    std::string midi;                           // --midi, empty: none
+    std::string assignments;                    // --assign, empty: the plug-in's own
+    std::optional<std::pair<int, int>> program; // --program, bank and number
+    std::vector<std::pair<std::string, std::string>> preferences; // --pref, in order
+    std::string savedPreset;                                      // --save-preset, empty: none
+    bool comments = false;                                        // in the saved preset
+    std::vector<std::pair<std::string, std::string>> metadata;    // --meta, in order
     std::optional<std::string> code; // --code, or the argument of --describe
     std::vector<std::pair<std::string, std::string>> settings; // --set, in order
     std::vector<std::string> presses;                          // --press, in order

@@ -16,9 +16,10 @@ int ImpulseSource::read(float* left, float* right, int count) {
     return 1;
 }
 
-RenderJob::RenderJob(const Options& options, int rate)
+RenderJob::RenderJob(const Options& options, int rate, std::vector<MidiFileEvent> midi)
     : block(options.block), inPlace(options.inPlace), untilAsleep(!options.tailSeconds),
-      tailFrames(std::llround(options.tailSeconds.value_or(k_longestAutoTail) * rate)) {
+      tailFrames(std::llround(options.tailSeconds.value_or(k_longestAutoTail) * rate)),
+      sampleRate(rate), midiEvents(std::move(midi)) {
     for (std::vector<float>& buffer : buffers)
         buffer.resize(static_cast<size_t>(block));
 }
@@ -33,6 +34,20 @@ void RenderJob::fillInput(SampleSource& source) {
     inputEnded = inputEnded || got < block;
     for (int channel = 0; channel < 2; ++channel)
         std::fill(buffers[channel].begin() + got, buffers[channel].end(), 0.0f);
+}
+
+// The events that fall into the block to come.
+void RenderJob::sendMidi(Instance& instance) {
+    const std::int64_t end = framesIn + block;
+    for (; midiSent < midiEvents.size(); ++midiSent) {
+        const MidiFileEvent& event = midiEvents[midiSent];
+        const double frame = std::floor(event.seconds * sampleRate + 0.5);
+        if (!(frame < static_cast<double>(end))) break;
+        const std::int64_t offset = static_cast<std::int64_t>(std::max(frame, 0.0)) - framesIn;
+        instance.sendMidi(event.bytes.data(), event.length,
+                          static_cast<int>(std::max<std::int64_t>(offset, 0)));
+    }
+    framesIn = end;
 }
 
 bool RenderJob::isFinished(const Instance& instance) const {
@@ -50,6 +65,7 @@ void RenderJob::run(Instance& instance, SampleSource& source, SoundWriter& write
     while (!isFinished(instance)) {
         throwIfInterrupted();
         fillInput(source);
+        sendMidi(instance);
         instance.process(in, out, block);
         const int start = std::min(skip, block);
         skip -= start;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Instance.h"
+#include "MidiFile.h"
 #include "Options.h"
 #include "Progress.h"
 #include "SoundFile.h"
@@ -42,7 +43,8 @@ private:
 
 class RenderJob {
 public:
-    RenderJob(const Options& options, int rate);
+    // `midi`: what the plug-in hears on the way, by time.
+    RenderJob(const Options& options, int rate, std::vector<MidiFileEvent> midi);
 
     // Runs until source and tail are written, compensating the latency: output frame n belongs to
     // input frame n. Throws Interrupted after a signal, RenderError of source and file.
@@ -53,6 +55,7 @@ public:
 
 private:
     void fillInput(SampleSource& source);
+    void sendMidi(Instance& instance);
     bool isFinished(const Instance& instance) const;
 
     int block;
@@ -60,6 +63,10 @@ private:
     bool untilAsleep;
     std::int64_t tailFrames; // at most
     std::vector<float> buffers[4];
+    int sampleRate;
+    std::vector<MidiFileEvent> midiEvents;
+    size_t midiSent = 0;
+    std::int64_t framesIn = 0;
     std::int64_t inputFrames = 0;
     std::int64_t written = 0;
     bool inputEnded = false;

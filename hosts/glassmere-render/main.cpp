@@ -41,7 +41,8 @@ void renderSource(const Options& options, SampleSource& source, int rate) {
     Instance instance(options, rate);
     if (!options.presses.empty()) std::printf("code %s\n", instance.code().c_str());
     if (!options.savedPreset.empty()) instance.savePreset(options);
-    RenderJob job(options, rate);
+    RenderJob job(options, rate,
+                  options.midi.empty() ? std::vector<MidiFileEvent>() : readMidiFile(options.midi));
     SoundWriter writer(options.output, rate, options.format, options.force,
                        job.expectedFrames(source));
     {

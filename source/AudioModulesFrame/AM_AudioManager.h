@@ -7,6 +7,7 @@
 // changes what a block reads.
 #pragma once
 
+#include "AM_AtomicBits.h"
 #include "AM_AudioObject.h"
 #include "AM_CarryBuffer.h"
 #include "AM_ChannelMaps.h"
@@ -17,6 +18,7 @@
 #include "AM_Log.h"
 #include "AM_OutputRoutes.h"
 #include "AM_Platform.h"
+#include "AM_PluginPreferences.h"
 #include "AM_PreferenceValues.h"
 #include "AM_TransportClock.h"
 
@@ -28,6 +30,7 @@
 #include <vector>
 
 class AM_CircuitObject;
+class AM_InterComObject;
 class AM_Filesystem;
 class AM_FilesystemFactory;
 class AM_IPresetAdapter;
@@ -177,8 +180,15 @@ public:
     virtual void setBypass(bool on);
     // The latency in frames as the host shall compensate it.
     i32 getLatency() const { return pluginInfo.latency.load(std::memory_order_relaxed); }
-    // Called every 50 ms by the process-wide timer thread; a test may call it.
+    // Called every 50 ms by the process-wide timer thread; a test may call it. Watches the render;
+    // the rest of the work is done here only if nobody offers a better place.
     void tick() override;
+    // For a binding whose host lends it its main thread: from now on the work of the ticks waits
+    // for idle().
+    void setRunsOnHostLoop(bool on) { runsOnHostLoop.store(on); }
+    // Does what waits for a tick: latency, deferred presses and programs, what the host is to hear,
+    // preferences. Host main thread.
+    void idle();
     // Asks for module->runDeferred() on the next tick. Any thread, also audio.
     void postDeferred(AM_AudioObject* module);
 
@@ -186,8 +196,10 @@ public:
     // Null for none. A call that had begun on another thread may still run when this returns.
     virtual void setHostCallback(AM_HostCallback function, void* data);
     // Tells the host (code as in AM_HostCode), on the caller's thread; dropped before the instance
-    // is initialised.
+    // is initialised. On an audio thread a change of a parameter waits for the next tick, where
+    // several of one parameter are told once.
     virtual void notifyHost(i32 code, i32 value);
+    bool hasHostCallback() const { return hostLink.load(std::memory_order_acquire) != nullptr; }
     // Posts to the editor's side, if there is one.
     virtual void sendInterCom(const char* addressee, const char* subject, const char* content);
     void setInterCom(AM_IInterCom* object) { interCom = object; }
@@ -197,6 +209,34 @@ public:
     i32 getPreference(i32 id) const { return preferences.get(id); }
     void setPreferenceValue(i32 id, i32 value);
     void setReportMode(AM_ReportMode mode) { reportMode.store(mode, std::memory_order_relaxed); }
+
+    // --- preferences and programs, shared by the instances of the plug-in -----------------
+    // Sets a preference by its key to one of its value texts, for all instances; logged if there is
+    // none such. Not on an audio thread.
+    virtual void setPreference(const char* name, const char* value);
+    // Reads preferences, assignments and MIDI programs, as far as no other instance has done so.
+    virtual void loadPreferences();
+    // Writes preferences, assignments and the cache of the MIDI banks.
+    virtual void savePreferences();
+    // A message to the store of preferences. Not on an audio thread.
+    virtual void receivePreferencesCom(const char* subject, const char* content);
+    // Null if the plug-in has none.
+    AM_IPluginPreferences* getSharedPreferences() const;
+    // Loads the program of the current bank; on an audio thread the next tick does it. `outText`,
+    // if not null, has room for 63 bytes and gets the name. False if there is no such program (on
+    // an audio thread: if there are none at all).
+    virtual bool setMidiProgram(i32 program, char* outText);
+
+    // --- MIDI --------------------------------------------------------------------------
+    // Takes the short message at the head of `length` bytes, `frameOffset` frames into the block to
+    // come, and returns the bytes used, 0 for what it does not know. Any thread.
+    virtual i32 handleMidiBytes(const u8* bytes, i32 length, i32 frameOffset);
+    // One controller message: bank selects are stored, all are queued; the assignment map moves the
+    // parameters in the sub-block that holds the frame. Any thread.
+    virtual void controllerInput(i32 channel, i32 controller, i32 value, i32 frameOffset);
+    // The next controller is to be assigned to the parameter; at most 8 wait. Any thread.
+    virtual void addLearnTarget(i32 parameter);
+    i32 getCurrentBank() const { return midiState.currentBank.load(std::memory_order_relaxed); }
 
     // --- events ------------------------------------------------------------------------
     // Queues an event for the block to come, `timestamp` frames from its start. Any thread.
@@ -234,6 +274,8 @@ public:
 protected:
     enum RunState : i32 { k_constructed = 0, k_initialising = 1, k_initialised = 2 };
 
+    // The store of preferences of this plug-in, made once in the process; null for none.
+    virtual std::unique_ptr<AM_IPluginPreferences> createPreferences() { return nullptr; }
     // Ends the calls of tick(); when it returns none is running. Any number of times.
     void stopTick();
     // Around the load of a state, under stateLock: a block that overlaps it ends in a reset.
@@ -265,11 +307,22 @@ private:
     void doReset();
     void reportLatency();
     void runDeferred();
+    void runTickWork(i32 ticks);
     void watchRender();
+    void tellHost();
     void deleteLeftObjects();
 
     // --- AM_AudioManagerState.cpp
     bool loadStateLocked(const char* text, i32 size, bool inSong);
+
+    // --- AM_AudioManagerMidi.cpp
+    bool loadProgram(i32 bank, i32 program, char* outText);
+    void loadPendingProgram();
+    void createMidiPrograms();
+    void takeOverPreferences();
+    void keepPreferences(i32 ticks);
+    void answerPreference(const char* name);
+    void receiveManagerCom(const char* subject, const char* content);
 
     // --- AM_AudioManagerBlock.cpp
     void runBlock();
@@ -369,6 +422,15 @@ private:
     std::atomic<u32> randomA{0x56CA39};
     std::atomic<u32> randomB{0x3E174BE};
     std::atomic<AM_IInterCom*> interCom{nullptr};
+    AM_MidiControllerState midiState;
+    std::atomic<i32> pendingProgram{-1}; // bank * 128 + program
+    AM_AtomicBits hostNotices;           // by parameter id
+    std::atomic<i32> ticksDue{0};
+    std::atomic<bool> runsOnHostLoop{false};
+    boost::recursive_mutex workMutex;  // one thread at a time does the ticks' work
+    boost::recursive_mutex stateTexts; // one thread at a time writes or reads states
+    i32 saveCountdown = 0;             // ticks until changed preferences are written
+    i32 seenPreferences[AM_PreferenceValues::k_count] = {-1, -1, -1, -1, -1, -1};
     std::atomic<const HostLink*> hostLink{nullptr};
     std::vector<std::unique_ptr<HostLink>> hostLinks; // all that were ever set
     TickRelay tickRelay{*this};

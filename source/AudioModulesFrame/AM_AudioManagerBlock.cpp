@@ -212,9 +212,14 @@ void AM_AudioMan::beginSubBlock(i32 frames) {
 
 // The chain gets timestamps that count from the start of the sub-block.
 void AM_AudioMan::dispatchEvents(u32 from, u32 to) {
+    AM_IPluginPreferences* const controllers = getSharedPreferences();
     while (const AM_MidiEvent* event = eventQueue.next(to)) {
         const u32 offset = event->timestamp > from ? event->timestamp - from : 0;
         midiActivity = 1;
+        if (event->type == k_eventController && controllers)
+            controllers->controllerInput(*this, midiState, event->id,
+                                         static_cast<i32>(event->field1),
+                                         static_cast<i32>(event->field2));
         forwardEvent(event->type, event->id, event->field1, event->field2, offset);
     }
 }

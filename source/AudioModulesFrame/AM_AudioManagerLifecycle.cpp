@@ -2,8 +2,10 @@
 // it, and how it ends.
 #include "AM_Allocator.h"
 #include "AM_AudioManager.h"
+#include "AM_AudioThread.h"
 #include "AM_Circuit.h"
 #include "AM_InstanceRecs.h"
+#include "AM_InterComObject.h"
 #include "AM_LogFile.h"
 #include "AM_MemoryPlan.h"
 #include "AM_Messages.h"
@@ -21,7 +23,9 @@
 namespace {
 
 constexpr i32 k_hostCapacity = 100;
-constexpr i32 k_baseLatency = 16; // frames
+constexpr i32 k_maxComMessages = 64;
+constexpr i32 k_maxComLength = 512; // bytes
+constexpr i32 k_baseLatency = 16;   // frames
 constexpr i32 k_ticksPerSecond = 20;
 constexpr i32 k_apiAsksItself = 4;       // an interface that fetches the latency
 constexpr u64 k_longRender = 2000000000; // ns
@@ -52,6 +56,9 @@ AM_AudioMan::AM_AudioMan(AM_ObjectHost* givenHost, i32 internalChannels, i32 sec
 
 AM_AudioMan::~AM_AudioMan() {
     stopTick();
+    interCom = nullptr;
+    if (AM_IPluginPreferences* store = getSharedPreferences())
+        if (saveCountdown > 0 || store->takeChanged()) savePreferences();
     stopWatch.reset();
     delete circuit;
     deleteLeftObjects();
@@ -121,6 +128,7 @@ void AM_AudioMan::initialize() {
         const std::lock_guard lock(stateLock);
         doReset();
     }
+    loadPreferences();
     loadDefaultPreset();
     runState = k_initialised;
     tickId = AM_startTick(&tickRelay);
@@ -130,6 +138,9 @@ void AM_AudioMan::createCore() {
     pluginInfo.numChannels = std::clamp(pluginInfo.numChannels, 1, k_maxChannels);
     paraMan = new AM_ParaMan(this, numMetas, numTargetsPerMeta, numMatrixSlots);
     addToMainCircuit(paraMan);
+    auto* com = new AM_InterComObject(this, "iCom", k_maxComMessages, k_maxComLength);
+    addToMainCircuit(com);
+    interCom = com;
 }
 
 void AM_AudioMan::createModules() {
@@ -222,6 +233,7 @@ void AM_AudioMan::buildParameters() {
     circuit->setupAll();
     circuit->updateAll();
     paraMan->completeTable();
+    hostNotices.resize(paraMan->getNumParams());
 }
 
 // --- what the host sets ------------------------------------------------------------------
@@ -324,6 +336,10 @@ void AM_AudioMan::setHostCallback(AM_HostCallback function, void* data) {
 
 void AM_AudioMan::notifyHost(i32 code, i32 value) {
     if (getRunState() != k_initialised) return;
+    if (AM_onAudioThread()) {
+        if (code == k_hostParameterChanged && paraMan->row(value)) hostNotices.set(value);
+        return;
+    }
     const HostLink* link = hostLink.load(std::memory_order_acquire);
     if (link) link->function(link->data, code, value);
 }
@@ -334,16 +350,43 @@ void AM_AudioMan::sendInterCom(const char* addressee, const char* subject, const
 }
 
 void AM_AudioMan::tick() {
+    watchRender();
+    if (runsOnHostLoop.load())
+        ticksDue.fetch_add(1);
+    else
+        runTickWork(1);
+}
+
+void AM_AudioMan::idle() {
+    runTickWork(ticksDue.exchange(0));
+}
+
+void AM_AudioMan::runTickWork(i32 ticks) {
+    if (getRunState() != k_initialised) return;
+    const std::lock_guard work(workMutex);
     const i32 mode = reportMode.load(std::memory_order_relaxed);
     if (mode == k_reportAtTick) reportLatency();
-    if (tickCountdown.fetch_sub(1, std::memory_order_relaxed) <= 1) {
+    if (tickCountdown.fetch_sub(ticks, std::memory_order_relaxed) <= ticks) {
         tickCountdown.store(k_ticksPerSecond, std::memory_order_relaxed);
         if (mode == k_reportEachSecond) reportLatency();
     }
     if (resetSeen.exchange(false) && mode == k_reportAfterReset) reportLatency();
-    watchRender();
-    if (latencyEmergency.exchange(false)) sendInterCom("ViewMan", "COM_LATENCY_EMERGENCY", "reset");
+    if (latencyEmergency.exchange(false)) {
+        setPreference("BaseLatencyBuffer16", "YES");
+        sendInterCom("ViewMan", "COM_LATENCY_EMERGENCY", "reset");
+    }
+    loadPendingProgram();
     runDeferred();
+    tellHost();
+    takeOverPreferences();
+    keepPreferences(ticks);
+}
+
+void AM_AudioMan::tellHost() {
+    for (i32 word = 0; word < hostNotices.numWords(); ++word)
+        for (u64 bits = hostNotices.take(word); bits != 0; bits &= bits - 1)
+            notifyHost(k_hostParameterChanged,
+                       word * AM_AtomicBits::k_bitsPerWord + std::countr_zero(bits));
 }
 
 void AM_AudioMan::watchRender() {
@@ -409,6 +452,10 @@ void AM_AudioMan::receiveMessage(AM_Object* sender, u32 messageId, u32 value, vo
         if (context && context->swingLocked != 0) context->swingOrigin = context->position;
         break;
     }
+    case AM_Message_InterCom:
+        if (auto* source = dynamic_cast<AM_IComSource*>(sender))
+            receiveManagerCom(source->getCurrentSubject(), source->getCurrentContent());
+        break;
     default:
         AM_Object::receiveMessage(sender, messageId, value, data);
         break;

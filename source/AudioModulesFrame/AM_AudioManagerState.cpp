@@ -54,6 +54,7 @@ AM_Filesystem& AM_AudioMan::getFilesystem() const {
 const char* AM_AudioMan::getStateInfo(i32* outSize, bool complete, const char* header) {
     if (outSize) *outSize = 0;
     if (!context) return nullptr;
+    const std::lock_guard texts(stateTexts);
     const Mark mark(pluginInfo.wholeState);
     pluginInfo.wholeState = complete;
     return paraMan->writeStateSection(outSize, complete, header);
@@ -102,6 +103,7 @@ bool AM_AudioMan::setStateInfo(const char* text, i32 size, bool inSong) {
         AM_Log("ERROR: a state comes before initialize()");
         return false;
     }
+    const std::lock_guard texts(stateTexts);
     const std::lock_guard lock(stateLock);
     const bool recognised = loadStateLocked(text, size, inSong);
     reset();

@@ -1,6 +1,7 @@
 #include "AM_InstanceRecs.h"
 
 #include "AM_Log.h"
+#include "AM_MidiPrograms.h"
 
 #include <mutex>
 
@@ -42,8 +43,10 @@ void AM_InstanceRecs::release(AM_InstanceRec* record) {
     if (!record) return;
     Table& records = table();
     const std::lock_guard lock(records.mutex);
-    if (--record->refCount == 0)
-        AM_Log("AM_InstanceRecs[ i ].preferences == NULL: %d", record->preferences == nullptr);
+    if (--record->refCount != 0) return;
+    record->numPrograms.store(0);
+    record->programs.store(nullptr);
+    AM_Log("AM_InstanceRecs[ i ].preferences == NULL: %d", record->preferences == nullptr);
 }
 
 AM_InstanceRec* AM_InstanceRecs::find(u32 plugId) {

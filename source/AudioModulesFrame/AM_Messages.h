@@ -17,6 +17,8 @@ enum AM_MessageId : u32 {
     // --- start-up of the audio side: the manager is the sender ---------------------------
     // 0; 0; the plug-in's description, kept by pointer; it outlives the objects.
     AM_Message_Description = 1,
+    // Manager, 0; 0; null; a MIDI program has been loaded.
+    AM_Message_ProgramChanged = 2,
     // InterCom object, mask of the addressees; 0; null; receiveCom with the sender's message.
     AM_Message_InterCom = 3,
     // 0x2; 0; AM_ObjectDescription table; each object writes its row at objectId.

@@ -2,6 +2,7 @@
 
 #include "AM_DelayNetWorks.h"
 #include "AM_Format.h"
+#include "AM_Preferences.h"
 #include "AM_Text.h"
 
 #include <atomic>
@@ -41,6 +42,10 @@ Glassmere_AudioMan::~Glassmere_AudioMan() {
 
 i32 Glassmere_AudioMan::getLiveInstances() {
     return liveInstances.load();
+}
+
+std::unique_ptr<AM_IPluginPreferences> Glassmere_AudioMan::createPreferences() {
+    return std::make_unique<AM_PreferencesAudio>(pluginInfo.name, pluginInfo.vendor);
 }
 
 void Glassmere_AudioMan::createModules() {

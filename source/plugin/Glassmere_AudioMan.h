@@ -22,6 +22,9 @@ public:
     // Live instances in the process.
     static i32 getLiveInstances();
 
+protected:
+    std::unique_ptr<AM_IPluginPreferences> createPreferences() override;
+
 private:
     const AM_PluginTableRow* tableRow;
     AM_DelayNetWorks* network = nullptr; // a child of the main circuit

@@ -123,7 +123,7 @@ TEST(Circuit, RunsInOrderAndAlongRoutes) {
     man.run(16);
     EXPECT_EQ(order, "abcbca");
     EXPECT_EQ(man.output[0][0], 6.0f);
-    EXPECT_EQ(circuit.getNumSlots(), 4);
+    EXPECT_EQ(circuit.getNumSlots(), 5) << "the parameters, the messages, and a, b, c";
     EXPECT_STREQ(circuit.getSlotProcessor(0)->getShortName(), "PCore");
 }
 

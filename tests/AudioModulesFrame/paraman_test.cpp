@@ -1,5 +1,6 @@
 // The parameter table: its layout, how values travel, texts and locks.
 #include "AM_Circuit.h"
+#include "AM_InterComObject.h"
 #include "AM_Messages.h"
 #include "TestManager.h"
 
@@ -62,7 +63,7 @@ TEST_F(ParaMan, TableFollowsTheTreeAndNumbersTheHostsRows) {
     start();
     const i32 circuitRows = man.getCircuit()->getNumOwnParameters();
     EXPECT_EQ(table->standardId(k_rowSwingBase), circuitRows + 2);
-    EXPECT_EQ(first, circuitRows + 2 + k_numStandardRows);
+    EXPECT_EQ(first, circuitRows + 2 + k_numStandardRows + AM_InterComObject::k_numRows);
     ASSERT_EQ(table->getNumParams(), first + k_numRows);
     i32 nextHostId = 0;
     for (i32 id = 0; id < table->getNumParams(); ++id) {

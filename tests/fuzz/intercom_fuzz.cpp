@@ -29,8 +29,10 @@ struct Message {
         count = AM_InterComObject::parseMessage(addressees, subject, content.data(), text.data(),
                                                 static_cast<i32>(text.size()));
         if (count < 0 || count > InterCom_MAX_ADDRESSES) std::abort();
-        for (i32 i = 0; i < count; ++i)
-            addresses += (i ? "," : "") + std::string(addressees[i]);
+        for (i32 i = 0; i < count; ++i) {
+            if (i > 0) addresses += ',';
+            addresses += addressees[i];
+        }
     }
     std::string all() const { return addresses + '\n' + subject + '\n' + content.data(); }
     // Two pieces of a field may make a mark where they meet.
