@@ -88,6 +88,7 @@ TEST(MidiAssign, ValueByModeAndType) {
     } table[] = {
         {flt, k_midiNormal, k_midiEncoder127, 127, 0, 49, 0},
         {flt, k_midiNormal, k_midiEncoder127, 63, 0, 100, 0}, // held
+        {flt, k_midiNormal, k_midiEncoder127, 64, 0, 0, 0},
         {flt, k_midiNormal, k_midiEncoder64, 65, 0, 51, 0},
         {flt, k_midiFine, k_midiEncoder64, 62, 0, 49.98f, 0},
         {flt, k_midiSemitone, k_midiEncoder127, 2, 0, 50.2f, 0},
