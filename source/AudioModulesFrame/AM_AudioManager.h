@@ -332,11 +332,11 @@ private:
     void processWithCarry();
     void beginBlock(i32 numMeters);
     void beginSubBlock(i32 frames);
-    void dispatchEvents(u32 from, u32 to);
-    void carryEvents(u32 blockEnd) { eventQueue.carryEvents(blockEnd); }
+    void dispatchEvents(i32 from, i32 to);
+    void carryEvents(i32 frames) { eventQueue.carryEvents(frames); }
     void runCircuit(i32 frames, i32 framesLeft);
     void endSubBlock();
-    void endBlock(i32 framesDone, i32 numMeters);
+    void endBlock(i32 numMeters);
     void publishMeters();
     void resetAfterStateChange();
     void roundToQuads();

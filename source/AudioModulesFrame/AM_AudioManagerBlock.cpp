@@ -49,7 +49,7 @@ void AM_AudioMan::abandonBlock() {
     carry.clear();
     silenceOutputs();
     stopWatch->stop(0, context->sampleRateD);
-    carryEvents(static_cast<u32>(std::max(context->numFrames, 0)));
+    carryEvents(std::max(context->numFrames, 0));
 }
 
 void AM_AudioMan::runBlock() {
@@ -74,7 +74,7 @@ void AM_AudioMan::runBlock() {
 // their controllers, and none piles up.
 bool AM_AudioMan::runBypassed() {
     if (!bypassed.load(std::memory_order_relaxed)) return false;
-    const u32 frames = static_cast<u32>(std::max(context->numFrames, 0));
+    const i32 frames = std::max(context->numFrames, 0);
     dispatchEvents(0, frames);
     carryEvents(frames);
     return true;
@@ -110,13 +110,15 @@ void AM_AudioMan::processWithCarry() {
     const i32 used = hasSideChain ? 2 * channels : channels;
 
     i32 done = 0;
+    // The frames that wait from the blocks before are processed first.
+    const i32 waiting = carry.getPendingInput();
     carry.beginBlock(context->numFrames);
     while (const i32 frames = carry.nextSubBlock()) {
         const i32 direct = carry.directFrames();
         beginSubBlock(frames);
         carry.readInput(context->inputs, sideChains, context->audioBuffer);
         std::fill(bus(used), bus(context->numBusChannels), 0.0f);
-        dispatchEvents(static_cast<u32>(done), static_cast<u32>(done + frames));
+        dispatchEvents(done - waiting, done - waiting + frames);
         runCircuit(frames, context->numFrames - done - frames);
         for (i32 c = 0; c < channels; ++c)
             AM_cleanNotNormal(bus(c), frames);
@@ -126,7 +128,7 @@ void AM_AudioMan::processWithCarry() {
         done += frames;
     }
     carry.endBlock(context->inputs, sideChains, routes);
-    endBlock(done, channels);
+    endBlock(channels);
 }
 
 void AM_AudioMan::processAligned() {
@@ -146,7 +148,7 @@ void AM_AudioMan::processAligned() {
             AM_Log("ALERT! - Rendering incomplete chunk");
         beginSubBlock(frames);
         readAligned(done, frames);
-        dispatchEvents(static_cast<u32>(done), static_cast<u32>(done + frames));
+        dispatchEvents(done, done + frames);
         runCircuit(frames, context->numFrames - done - frames);
         for (i32 c = 0; c < channels; ++c)
             AM_cleanNonFinite(bus(c), frames);
@@ -157,7 +159,7 @@ void AM_AudioMan::processAligned() {
         endSubBlock();
         done += frames;
     }
-    endBlock(done, numMeters);
+    endBlock(numMeters);
 }
 
 // The test is against a sub-block, the message about a quad: 48 frames are reported and taken.
@@ -211,10 +213,10 @@ void AM_AudioMan::beginSubBlock(i32 frames) {
 }
 
 // The chain gets timestamps that count from the start of the sub-block.
-void AM_AudioMan::dispatchEvents(u32 from, u32 to) {
+void AM_AudioMan::dispatchEvents(i32 from, i32 to) {
     AM_IPluginPreferences* const controllers = getSharedPreferences();
     while (const AM_MidiEvent* event = eventQueue.next(to)) {
-        const u32 offset = event->timestamp > from ? event->timestamp - from : 0;
+        const u32 offset = static_cast<u32>(std::max(event->timestamp - from, 0));
         midiActivity = 1;
         if (event->type == k_eventController && controllers)
             controllers->controllerInput(*this, midiState, event->id,
@@ -237,10 +239,10 @@ void AM_AudioMan::endSubBlock() {
     context->swungPosition += swungDelta;
 }
 
-void AM_AudioMan::endBlock(i32 framesDone, i32 numMeters) {
+void AM_AudioMan::endBlock(i32 numMeters) {
     outputGain.endBlock();
     midiActivity *= 0.97f;
-    carryEvents(static_cast<u32>(framesDone));
+    carryEvents(context->numFrames);
     outputMeter.measure(context->outputs, numMeters, context->numFrames, context->samplePeriod);
     publishMeters();
     paraMan->blockEnded(context->numFrames);

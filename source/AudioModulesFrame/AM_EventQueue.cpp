@@ -11,6 +11,9 @@ namespace {
 // block up; on a machine with real-time scheduling it would even wait for us.
 constexpr i32 k_audioAttempts = 4000;
 
+// Frames before and behind a block's start within which events are kept in order.
+constexpr i32 k_farthest = 1 << 30;
+
 } // namespace
 
 AM_EventQueue::AM_EventQueue() {
@@ -29,6 +32,11 @@ bool AM_EventQueue::lock() {
 }
 
 bool AM_EventQueue::post(i32 type, i32 id, f32 field1, f32 field2, u32 timestamp) {
+    const u32 kept = std::min(timestamp, static_cast<u32>(k_farthest));
+    return append(type, id, field1, field2, static_cast<i32>(kept));
+}
+
+bool AM_EventQueue::append(i32 type, i32 id, f32 field1, f32 field2, i32 timestamp) {
     if (!lock()) return false;
     const bool fits = writeCount < k_capacity;
     if (fits) {
@@ -53,7 +61,7 @@ void AM_EventQueue::swapEvents() {
     });
 }
 
-const AM_MidiEvent* AM_EventQueue::next(u32 to) {
+const AM_MidiEvent* AM_EventQueue::next(i32 to) {
     if (readPosition >= readCount) return nullptr;
     const AM_MidiEvent* event = &halves[1 - writeHalf][readPosition];
     if (event->timestamp >= to) return nullptr;
@@ -61,11 +69,11 @@ const AM_MidiEvent* AM_EventQueue::next(u32 to) {
     return event;
 }
 
-void AM_EventQueue::carryEvents(u32 blockEnd) {
+void AM_EventQueue::carryEvents(i32 frames) {
     const AM_MidiEvent* half = halves[1 - writeHalf].get();
     for (; readPosition < readCount; ++readPosition) {
         const AM_MidiEvent& event = half[readPosition];
-        if (event.timestamp < blockEnd) continue;
-        post(event.type, event.id, event.field1, event.field2, event.timestamp - blockEnd);
+        append(event.type, event.id, event.field1, event.field2,
+               std::max(event.timestamp, -k_farthest) - frames);
     }
 }

@@ -22,7 +22,7 @@ struct AM_MidiEvent {
     i32 id;
     f32 field1;
     f32 field2;
-    u32 timestamp; // frames from the start of the host block
+    i32 timestamp; // frames from the start of the host block; below 0 out of the one before
     u32 order;     // place in its half, for a stable order
 };
 static_assert(sizeof(AM_MidiEvent) == 24);
@@ -46,11 +46,12 @@ public:
     // block.
     void swapEvents();
     // The next event in front of `to`, or null.
-    const AM_MidiEvent* next(u32 to);
-    // Posts each unread event at or behind `blockEnd` again, `blockEnd` frames earlier.
-    void carryEvents(u32 blockEnd);
+    const AM_MidiEvent* next(i32 to);
+    // Posts each unread event again for the next block, the block's `frames` earlier.
+    void carryEvents(i32 frames);
 
 private:
+    bool append(i32 type, i32 id, f32 field1, f32 field2, i32 timestamp);
     bool lock();
     void unlock() { locked.clear(std::memory_order_release); }
 

@@ -10,6 +10,7 @@
 #include "AM_StandardCells.h"
 #include "AM_WatchList.h"
 
+#include <boost/thread/lock_types.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
 #include <atomic>
@@ -61,8 +62,8 @@ public:
     // the row's maximum becomes zero if size was 0 and the row is a text. Texts need a terminator
     // within `size`, and nothing is read behind it. The owner hears of it (setParameterComplex,
     // then parameterChanged) if it asks to or has no memory for it. Not on the audio thread, where
-    // the call is refused; complexLock() is held throughout, so an owner with a lock of its own
-    // takes complexLock() first.
+    // the call is refused. For a row with memory complexLock() is held throughout: its owner takes
+    // locks of its own behind that one, and never stateLock, which comes before.
     void setParameterValueComplex(i32 id, const void* data, i32 size) override;
     // The state as text, the terminator counted in `*outSize`, with `header` as its first line if
     // not null. `complete`: what a host's project keeps, with locks. Good until the next call. Host

@@ -135,7 +135,6 @@ void AM_ParaMan::setParameterValueComplex(i32 id, const void* data, i32 size) {
     const ParameterInfo* info = complexRow(id, data, size);
     AM_AudioObject* owner = info ? ownerOf(*info) : nullptr;
     if (!owner) return;
-    const boost::recursive_mutex::scoped_lock hold(complexMutex);
     if (info->kind != k_complexText) {
         storeBytes(*owner, *info, data, size);
         return;
@@ -150,7 +149,12 @@ void AM_ParaMan::storeBytes(AM_AudioObject& owner, const ParameterInfo& info, co
                             i32 size) {
     i32 index = info.indexInOwner;
     void* target = owner.getParameterPointer(index);
-    if (target) std::memmove(target, data, static_cast<size_t>(size));
+    // A message may lead anywhere, to what takes stateLock too, and that comes before this lock.
+    boost::unique_lock<boost::recursive_mutex> hold(complexMutex, boost::defer_lock);
+    if (target) {
+        hold.lock();
+        std::memmove(target, data, static_cast<size_t>(size));
+    }
     const bool tells = (info.flags & k_flagNotifyOwner) != 0;
     if (tells || !target) owner.setParameterComplex(&index, data, size);
     if (!tells) return;

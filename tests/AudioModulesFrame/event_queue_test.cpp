@@ -29,7 +29,7 @@ TEST(EventQueue, ReadsInOrderOfTimeAndCarriesLateEvents) {
     ASSERT_NE(event, nullptr);
     EXPECT_EQ(event->timestamp, 50u);
     EXPECT_EQ(event->id, 5);
-    EXPECT_EQ(queue.next(~0u), nullptr);
+    EXPECT_EQ(queue.next(INT32_MAX), nullptr);
 }
 
 TEST(EventQueue, AFullHalfDropsWhatComes) {

@@ -1,5 +1,7 @@
 // Nothing inside processBlock may allocate, wait, or enter the system. This program replaces the
 // allocator and the usual ways into the system, and counts what reaches them from an audio block.
+#include "AM_Files/TemporaryFolder.h"
+#include "AM_FolderResolver.h"
 #include "PluginHarness.h"
 
 #include <gtest/gtest.h>
@@ -211,4 +213,63 @@ TEST(RealTime, BlocksNeitherAllocateNorWaitNorEnterTheSystem) {
     }
     AM_setLogSink(before);
     EXPECT_GT(sink.lines.load(), 10);
+}
+
+TEST(RealTime, MidiLearningProgramsAndPreferencesLeaveTheBlocksAlone) {
+    CountingSink sink;
+    AM_LogSink* before = AM_setLogSink(&sink);
+    {
+        const TemporaryFolder folder;
+        for (i32 i = 0; i < 4; ++i)
+            folder.write("Presets/Glassmere/MIDI Programs/" + std::to_string(i) + ".q3p",
+                         "#cm=FDN\nParams='FTUR237S-" + std::to_string(i) + "'\n");
+        AM_setAlternateFolder(folder.path().c_str());
+        Plugin plugin(44100.0, "DTNZ58-RT");
+        i32 told = 0;
+        plugin.man.setHostCallback([](void* data, i32, i32) { ++*static_cast<i32*>(data); }, &told);
+        StereoBuffer buffer = noise(1024);
+        for (i32 n = 0; n < 300; ++n) {
+            if (n % 5 == 0) plugin.man.addLearnTarget(plugin.id(n % 2 ? "Wet" : "Dry"));
+            if (n % 7 == 0) plugin.man.setPreference("SmoothMidiCtrls", n % 2 ? "OFF" : "SMOOTH");
+            if (n % 11 == 0) plugin.man.savePreferences();
+            const u8 bytes[] = {0xB0,
+                                static_cast<u8>(16 + n % 5),
+                                static_cast<u8>(n % 128),
+                                0xB0,
+                                0,
+                                0,
+                                0xC0,
+                                static_cast<u8>(n % 5),
+                                0x90,
+                                60,
+                                100,
+                                0xE0,
+                                0,
+                                64,
+                                0xF0,
+                                1,
+                                2};
+            i32 locks = 0;
+            t_caught = nullptr;
+            t_watching = true;
+            {
+                const AM_AudioThreadScope audio;
+                for (i32 place = 0, left = sizeof bytes; left > 0;) {
+                    const i32 used =
+                        std::max(plugin.man.handleMidiBytes(bytes + place, left, 3), 1);
+                    place += used;
+                    left -= used;
+                }
+            }
+            t_watching = false;
+            ASSERT_EQ(t_caught, nullptr) << t_caught << " in message " << n;
+            const char* what = watchedBlock(plugin, buffer, 1 + n * 37 % 1024, locks);
+            ASSERT_EQ(what, nullptr) << what << " in block " << n;
+            if (n % 3 == 0) plugin.man.tick();
+        }
+        EXPECT_GT(told, 5);
+        EXPECT_NE(plugin.man.getPresetFileName(), "");
+        AM_setAlternateFolder(nullptr);
+    }
+    AM_setLogSink(before);
 }
