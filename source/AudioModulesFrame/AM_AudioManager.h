@@ -205,7 +205,8 @@ public:
     void setInterCom(AM_IInterCom* object) { interCom = object; }
     const char* getHostName() const { return hostName; }
     const char* getApiName() const { return apiName; }
-    // Ids as in AM_PreferenceId; any thread. A change of the base latency is told to the host.
+    // Ids as in AM_PreferenceId; any thread. A change of the base latency is told to the host; the
+    // two that print do so when they are set.
     i32 getPreference(i32 id) const { return preferences.get(id); }
     void setPreferenceValue(i32 id, i32 value);
     void setReportMode(AM_ReportMode mode) { reportMode.store(mode, std::memory_order_relaxed); }
@@ -322,6 +323,8 @@ private:
     void takeOverPreferences();
     void keepPreferences(i32 ticks);
     void answerPreference(const char* name);
+    void printPublicParameters();
+    void printBinaryState();
     void receiveManagerCom(const char* subject, const char* content);
 
     // --- AM_AudioManagerBlock.cpp

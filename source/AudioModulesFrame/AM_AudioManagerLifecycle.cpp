@@ -296,12 +296,17 @@ void AM_AudioMan::setBypass(bool on) {
 }
 
 void AM_AudioMan::setPreferenceValue(i32 id, i32 value) {
+    // The editor's own mode stays on.
+    if (id == k_prefEditor && preferences.get(id) == 1) return;
     if (!preferences.set(id, value)) return;
     if (id == k_prefBaseLatency) changePlugInLatency(ownLatency.load(std::memory_order_relaxed));
     if (id == k_prefMidiSmoothing) {
         const std::lock_guard lock(stateLock);
         if (context) context->smoothingMode = value;
     }
+    if (value == 0 || !context) return;
+    if (id == k_prefPrintParams) printPublicParameters();
+    if (id == k_prefPrintBinaryState) printBinaryState();
 }
 
 // --- latency, timer and notifications ----------------------------------------------------

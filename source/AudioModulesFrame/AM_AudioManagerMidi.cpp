@@ -182,6 +182,36 @@ void AM_AudioMan::setPreference(const char* name, const char* value) {
     takeOverPreferences();
 }
 
+void AM_AudioMan::printPublicParameters() {
+    const std::vector<i32>& table = paraMan->getHostIndexTable();
+    for (i32 place = 0; place < static_cast<i32>(table.size()); ++place) {
+        const i32 id = table[static_cast<size_t>(place)];
+        const ParameterInfo& row = *paraMan->row(id);
+        const AM_AudioObject& owner = *getParameterOwner(id);
+        char shortName[9];
+        row.copyShortName(shortName);
+        const std::string text = paraMan->displayText(id, paraMan->getParameterTarget(id));
+        AM_Log("%d: %s:%s:\"%s\"\t\t//%s->%s\n", place, owner.getShortName(), shortName, text,
+               owner.getLongName(), row.longName);
+        if (row.hostParamIndex != place) AM_Log("WRONG! %d != %d", row.hostParamIndex, place);
+    }
+}
+
+void AM_AudioMan::printBinaryState() {
+    constexpr i32 bytesPerLine = 32;
+    i32 size = 0;
+    const auto* bytes = static_cast<const u8*>(paraMan->writeState(&size));
+    for (i32 first = 0; first < size; first += bytesPerLine) {
+        std::string line;
+        for (i32 i = first; i < std::min(first + bytesPerLine, size); ++i) {
+            char digits[4];
+            AM_STD::sprintv(digits, sizeof digits, bytes[i] < 16 ? "0%x" : "%x", bytes[i]);
+            line += digits;
+        }
+        AM_Log("%s", line);
+    }
+}
+
 void AM_AudioMan::receivePreferencesCom(const char* subject, const char* content) {
     if (AM_IPluginPreferences* store = getSharedPreferences()) store->receiveCom(subject, content);
 }

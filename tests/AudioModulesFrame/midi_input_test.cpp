@@ -140,6 +140,14 @@ TEST(MidiInput, StoresAreMadeOnceAndSavedWhenTheyHaveComeToRest) {
     for (i32 i = 0; i < 30; ++i)
         second.tick();
     EXPECT_EQ(store.saves, 1);
+    first.setPreferenceValue(k_prefPrintParams, 1);
+    EXPECT_EQ(log.count("0: main:CcOp:\"100%\"\t\t//Main Loop Circuit->Output"), 1);
+    EXPECT_EQ(log.count("WRONG!"), 0);
+    first.setPreferenceValue(k_prefPrintBinaryState, 1);
+    EXPECT_EQ(log.count("0400ffff00000000"), 1);
+    first.setPreferenceValue(k_prefEditor, 1);
+    first.setPreferenceValue(k_prefEditor, 0);
+    EXPECT_EQ(first.getPreference(k_prefEditor), 1);
     // A value of one instance alone stays until the store changes.
     first.setPreferenceValue(k_prefBaseLatency, 1);
     first.tick();
