@@ -52,7 +52,13 @@ public:
     explicit SharingMan(u32 id) {
         setPlugId(id);
         setupFilesystem(NoFolders(), "Test", "Test");
+        // The timer's own ticks come when they like.
+        setRunsOnHostLoop(true);
         initialize();
+    }
+    void beat() {
+        AM_AudioMan::tick();
+        idle();
     }
     Store& store() { return static_cast<Store&>(*getSharedPreferences()); }
 
@@ -130,7 +136,7 @@ TEST(MidiInput, StoresAreMadeOnceAndSavedWhenTheyHaveComeToRest) {
     send("\\@AudioMan\\#COM_SET_AUDIO_PREF\\+BaseLatencyBuffer16:NO");
     EXPECT_EQ(first.getLatency(), 0);
     EXPECT_EQ(second.getLatency(), 16);
-    second.tick();
+    second.beat();
     EXPECT_EQ(second.getLatency(), 0);
     send("\\@AudioMan\\#COM_REQUEST_AUDIO_PREF\\+BaseLatencyBuffer16");
     EXPECT_STREQ(static_cast<const char*>(com.getParameterData(AM_InterComObject::k_rowReceive)),
@@ -138,7 +144,7 @@ TEST(MidiInput, StoresAreMadeOnceAndSavedWhenTheyHaveComeToRest) {
     send("\\@AudioPrefs\\#hello\\+");
     EXPECT_EQ(store.heard, "hello");
     for (i32 i = 0; i < 30; ++i)
-        second.tick();
+        second.beat();
     EXPECT_EQ(store.saves, 1);
     first.setPreferenceValue(k_prefPrintParams, 1);
     EXPECT_EQ(log.count("0: main:CcOp:\"100%\"\t\t//Main Loop Circuit->Output"), 1);
@@ -150,6 +156,6 @@ TEST(MidiInput, StoresAreMadeOnceAndSavedWhenTheyHaveComeToRest) {
     EXPECT_EQ(first.getPreference(k_prefEditor), 1);
     // A value of one instance alone stays until the store changes.
     first.setPreferenceValue(k_prefBaseLatency, 1);
-    first.tick();
+    first.beat();
     EXPECT_EQ(first.getLatency(), 16);
 }

@@ -225,6 +225,7 @@ TEST(RealTime, MidiLearningProgramsAndPreferencesLeaveTheBlocksAlone) {
                          "#cm=FDN\nParams='FTUR237S-" + std::to_string(i) + "'\n");
         AM_setAlternateFolder(folder.path().c_str());
         Plugin plugin(44100.0, "DTNZ58-RT");
+        plugin.man.setRunsOnHostLoop(true);
         i32 told = 0;
         plugin.man.setHostCallback([](void* data, i32, i32) { ++*static_cast<i32*>(data); }, &told);
         StereoBuffer buffer = noise(1024);
@@ -265,7 +266,7 @@ TEST(RealTime, MidiLearningProgramsAndPreferencesLeaveTheBlocksAlone) {
             ASSERT_EQ(t_caught, nullptr) << t_caught << " in message " << n;
             const char* what = watchedBlock(plugin, buffer, 1 + n * 37 % 1024, locks);
             ASSERT_EQ(what, nullptr) << what << " in block " << n;
-            if (n % 3 == 0) plugin.man.tick();
+            if (n % 3 == 0) plugin.man.idle();
         }
         EXPECT_GT(told, 5);
         EXPECT_NE(plugin.man.getPresetFileName(), "");
