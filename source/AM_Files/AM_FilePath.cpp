@@ -106,6 +106,11 @@ AM_FilePath AM_FilePath::getSubSegments(i32 first, i32 count) const {
     return result;
 }
 
+AM_FilePath AM_FilePath::withoutRoot() const {
+    const bool hasRoot = begin() != end() && begin().text() == u"\\";
+    return hasRoot ? getSubSegments(1, getNumSegments()) : *this;
+}
+
 bool AM_FilePath::hasPrefix(const AM_FilePath& prefix) const {
     if (prefix.isEmpty()) return true;
     const_iterator segment = begin();

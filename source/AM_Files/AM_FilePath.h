@@ -51,6 +51,8 @@ public:
     i32 getNumSegments() const;
     // Up to `count` segments behind the first `first`, joined.
     AM_FilePath getSubSegments(i32 first, i32 count) const;
+    // Without the root, if it begins with one.
+    AM_FilePath withoutRoot() const;
     // Whole segments only; every path has the prefixes "" and itself, and a relative one no other.
     bool hasPrefix(const AM_FilePath& prefix) const;
 

@@ -34,12 +34,6 @@ bool isRoot(const AM_FilePath& path) {
     return path.isEmpty() || path == AM_FilePath("/");
 }
 
-// A leaf lists "name" where a mount gives "/name".
-AM_FilePath withoutRoot(const AM_FilePath& path) {
-    const bool hasRoot = path.begin() != path.end() && path.begin().text() == u"\\";
-    return hasRoot ? path.getSubSegments(1, INT_MAX) : path;
-}
-
 } // namespace
 
 struct AM_Filesystem::Route {
@@ -116,7 +110,7 @@ std::vector<AM_FilePath> AM_Filesystem::list(const AM_FilePath& path) {
     route.tree->removeExcluded(&entries);
     for (auto step = route.steps.rbegin(); step != route.steps.rend(); ++step) {
         for (AM_FilePath& entry : entries)
-            entry = *step->point / withoutRoot(entry);
+            entry = *step->point / entry.withoutRoot(); // a leaf lists "x", a mount "/x"
         step->tree->removeExcluded(&entries);
     }
     return entries;
@@ -131,7 +125,7 @@ void AM_Filesystem::addMountPoints(const AM_FilePath& path,
         const AM_FilePath shown = mount.point.getSubSegments(0, segments);
         const bool isListed =
             std::any_of(result->begin(), result->end(), [&](const AM_FilePath& entry) {
-                return withoutRoot(entry) == withoutRoot(shown);
+                return entry.withoutRoot() == shown.withoutRoot();
             });
         if (!isListed) result->push_back(shown);
     }

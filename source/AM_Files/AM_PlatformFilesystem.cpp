@@ -125,9 +125,7 @@ void AM_PlatformFilesystem::openToWrite(const AM_FilePath& path, AM_VirtualFileP
 
 void AM_PlatformFilesystem::listLocal(const AM_FilePath& path, std::vector<AM_FilePath>* result) {
     const AM_FilePath inside = path == AM_FilePath("/") ? AM_FilePath() : path;
-    const bool hasRoot = inside.begin() != inside.end() && inside.begin().text() == u"\\";
-    const AM_FilePath shown = hasRoot ? inside.getSubSegments(1, inside.getNumSegments())
-                                      : inside; // relative to the root
+    const AM_FilePath shown = inside.withoutRoot(); // relative to the root
     std::set<std::string> seen;
     bool listed = false;
     for (const AM_FilePath& root : roots()) {

@@ -366,7 +366,6 @@ private:
 
     // The two-step save: 0 nothing prepared, 1 prepared.
     std::string stateCache;
-    i32 stateCacheSize = 0;
     i32 stateCachePhase = 0;
     bool settingState = false; // under stateLock
 

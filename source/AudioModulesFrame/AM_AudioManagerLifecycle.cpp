@@ -377,7 +377,7 @@ void AM_AudioMan::runTickWork(i32 ticks) {
     }
     if (resetSeen.exchange(false) && mode == k_reportAfterReset) reportLatency();
     if (latencyEmergency.exchange(false)) {
-        setPreference("BaseLatencyBuffer16", "YES");
+        if (getSharedPreferences()) setPreference("BaseLatencyBuffer16", "YES");
         sendInterCom("ViewMan", "COM_LATENCY_EMERGENCY", "reset");
     }
     loadPendingProgram();

@@ -4,7 +4,6 @@
 #include "AM_AudioThread.h"
 #include "AM_Filesystem.h"
 #include "AM_InstanceRecs.h"
-#include "AM_InterComObject.h"
 #include "AM_Messages.h"
 #include "AM_MidiPrograms.h"
 #include "AM_ParaMan.h"

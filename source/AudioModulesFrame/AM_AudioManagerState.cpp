@@ -65,15 +65,14 @@ i32 AM_AudioMan::prepareStateInfo(const char* header) {
     i32 size = 0;
     const char* text = getStateInfo(&size, true, header);
     stateCache.assign(text ? text : "", static_cast<size_t>(size));
-    stateCacheSize = size;
     stateCachePhase = 1;
     return size;
 }
 
 const char* AM_AudioMan::fetchStateInfo(i32* size) {
     if (stateCachePhase != 1) AM_Log("stateInfoCachePhase not 1 during fetch");
-    if (size) *size = stateCacheSize;
-    if (stateCacheSize > 0) {
+    if (size) *size = static_cast<i32>(stateCache.size());
+    if (!stateCache.empty()) {
         stateCachePhase = 0;
         return stateCache.c_str();
     }

@@ -147,7 +147,8 @@ public:
     // Draws new values for the parameters that allow it; `amount` in percent. Integers: one draw of
     // 0 to 150 decides, above 100 for the default, below `amount` for a random value. Floats go
     // `amount` percent of the way to a random value. Left out: rows with k_flagNoRandom or
-    // k_flagNoRandom2, momentary ones, those of the editor or of the set-up, and the standard block.
+    // k_flagNoRandom2, momentary ones, those of the editor or of the set-up, and the standard
+    // block.
     virtual void randomize(f32 amount);
     virtual i32 getProcessBuffer(void** out);
     // String together the objects of this subtree and of the siblings behind it that have the flag

@@ -1,15 +1,8 @@
 #include "AM_EventQueue.h"
 
-#include "AM_AudioThread.h"
-
 #include <algorithm>
-#include <thread>
 
 namespace {
-
-// Attempts of an audio thread, some microseconds. A holder that was put to sleep must not hold the
-// block up; on a machine with real-time scheduling it would even wait for us.
-constexpr i32 k_audioAttempts = 4000;
 
 // Frames before and behind a block's start within which events are kept in order.
 constexpr i32 k_farthest = 1 << 30;
@@ -21,40 +14,30 @@ AM_EventQueue::AM_EventQueue() {
         half = std::make_unique<AM_MidiEvent[]>(k_capacity);
 }
 
-bool AM_EventQueue::lock() {
-    const bool onAudioThread = AM_onAudioThread();
-    for (i32 attempt = 0; locked.test_and_set(std::memory_order_acquire); ++attempt) {
-        if (attempt < k_audioAttempts) continue;
-        if (onAudioThread) return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
-
 bool AM_EventQueue::post(i32 type, i32 id, f32 field1, f32 field2, u32 timestamp) {
     const u32 kept = std::min(timestamp, static_cast<u32>(k_farthest));
     return append(type, id, field1, field2, static_cast<i32>(kept));
 }
 
 bool AM_EventQueue::append(i32 type, i32 id, f32 field1, f32 field2, i32 timestamp) {
-    if (!lock()) return false;
+    if (!lock.lock()) return false;
     const bool fits = writeCount < k_capacity;
     if (fits) {
         halves[writeHalf][writeCount] = {type,   id,        field1,
                                          field2, timestamp, static_cast<u32>(writeCount)};
         ++writeCount;
     }
-    unlock();
+    lock.unlock();
     return fits;
 }
 
 void AM_EventQueue::swapEvents() {
     readPosition = readCount = 0;
-    if (!lock()) return;
+    if (!lock.lock()) return;
     readCount = writeCount;
     writeCount = 0;
     writeHalf = 1 - writeHalf;
-    unlock();
+    lock.unlock();
     AM_MidiEvent* first = halves[1 - writeHalf].get();
     std::sort(first, first + readCount, [](const AM_MidiEvent& a, const AM_MidiEvent& b) {
         return a.timestamp != b.timestamp ? a.timestamp < b.timestamp : a.order < b.order;

@@ -1,9 +1,9 @@
 // The timed queue that carries MIDI and host events into the grid of sub-blocks.
 #pragma once
 
+#include "AM_SpinLock.h"
 #include "AM_Types.h"
 
-#include <atomic>
 #include <memory>
 
 // Types of events. `id` is the channel, except for notes, where it may be a note's own number.
@@ -52,13 +52,11 @@ public:
 
 private:
     bool append(i32 type, i32 id, f32 field1, f32 field2, i32 timestamp);
-    bool lock();
-    void unlock() { locked.clear(std::memory_order_release); }
 
     std::unique_ptr<AM_MidiEvent[]> halves[2];
     i32 writeHalf = 0;
     i32 writeCount = 0;
     i32 readCount = 0;
     i32 readPosition = 0;
-    std::atomic_flag locked = ATOMIC_FLAG_INIT;
+    AM_SpinLock lock;
 };

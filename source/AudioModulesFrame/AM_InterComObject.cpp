@@ -1,15 +1,14 @@
 #include "AM_InterComObject.h"
 
 #include "AM_Assert.h"
-#include "AM_AudioThread.h"
 #include "AM_Messages.h"
+#include "AM_SpinLock.h"
 #include "AM_StateText.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -23,31 +22,21 @@ static_assert(k_addresseeField + InterCom_SUBJECT_LEN + 6 < InterCom_MIN_MESSAGE
 
 // --- the lock ----------------------------------------------------------------------------
 
-// One for the queues of all instances, held for the copy of one message. Whoever runs an audio
-// callback does not wait for another thread beyond some microseconds.
-std::atomic_flag queuesLocked = ATOMIC_FLAG_INIT;
-constexpr i32 k_attempts = 4000;
+// One for the queues of all instances, held for the copy of one message.
+AM_SpinLock queues;
 
 class QueueLock {
 public:
-    QueueLock() {
-        const bool onAudioThread = AM_onAudioThread();
-        for (i32 attempt = 0; queuesLocked.test_and_set(std::memory_order_acquire); ++attempt) {
-            if (attempt < k_attempts) continue;
-            if (onAudioThread) return;
-            std::this_thread::yield();
-        }
-        held = true;
-    }
+    QueueLock() : held(queues.lock()) {}
     ~QueueLock() {
-        if (held) queuesLocked.clear(std::memory_order_release);
+        if (held) queues.unlock();
     }
     QueueLock(const QueueLock&) = delete;
     QueueLock& operator=(const QueueLock&) = delete;
     bool isHeld() const { return held; }
 
 private:
-    bool held = false;
+    const bool held;
 };
 
 // --- broadcasts --------------------------------------------------------------------------

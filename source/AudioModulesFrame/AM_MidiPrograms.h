@@ -13,9 +13,9 @@ class AM_Filesystem;
 
 // One preset of a bank.
 struct AM_MidiProgram {
-    char name[63];  // "bank:index name", cut between characters
-    i32 bank;       // 0 for the files in the folder itself, then its folders from 1
-    i32 program;    // 0 to 127, counted over the files that are presets
+    char name[63];    // "bank:index name", cut between characters
+    i32 bank;         // 0 for the files in the folder itself, then its folders from 1
+    i32 program;      // 0 to 127, counted over the files that are presets
     std::string text; // of its state
 };
 

@@ -44,7 +44,8 @@ public:
     virtual bool setPreference(const char* name, const char* value) = 0;
     // The value text of a key; false for an unknown key. Not on an audio thread.
     virtual bool describe(const char* name, std::string* value) const = 0;
-    // The value of a preference by AM_PreferenceId, -1 if the store has none of that id. Any thread.
+    // The value of a preference by AM_PreferenceId, -1 if the store has none of that id. Any
+    // thread.
     virtual i32 valueOf(i32 id) const = 0;
     // A message to the store itself. Not on an audio thread.
     virtual void receiveCom(const char* subject, const char* content) = 0;

@@ -24,6 +24,7 @@ constexpr size_t k_guardRoom = 16;
 // --- the chunk ---------------------------------------------------------------------------
 
 bool AM_StateBytes::findChunk(std::string_view text, std::vector<u8>& buffer) {
+    if (text.find(k_chunkMark) == text.npos) return false;
     // Marks in quotes and comments are none: the walk over the lines ends at the first real one.
     AM_StateLines lines(text);
     for (std::string_view line; lines.next(&line);) {

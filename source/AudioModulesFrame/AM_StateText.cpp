@@ -21,11 +21,10 @@ i32 hexDigit(char c) {
 
 // Reads "#XX" codes at `i`, up to the quote that opens the next piece.
 bool readCodes(std::string_view value, size_t& i, std::string& text) {
-    while (i + 2 < value.size() && value[i] == '#') {
-        const i32 high = hexDigit(value[i + 1]);
-        const i32 low = hexDigit(value[i + 2]);
-        if (high < 0 || low < 0 || high + low == 0) return false;
-        text += static_cast<char>(high << 4 | low);
+    while (i < value.size() && value[i] == '#') {
+        const i32 byte = AM_readHex(value.substr(i + 1));
+        if (byte < 0) return false;
+        text += static_cast<char>(byte);
         i += 3;
     }
     return i < value.size() && value[i] == '\'';
@@ -49,16 +48,26 @@ bool readPieces(std::string_view value, std::string& text) {
 
 } // namespace
 
+void AM_appendHex(std::string& text, char byte) {
+    const auto value = static_cast<unsigned char>(byte);
+    text += k_hexDigits[value >> 4];
+    text += k_hexDigits[value & 15];
+}
+
+i32 AM_readHex(std::string_view text) {
+    const i32 high = text.size() > 1 ? hexDigit(text[0]) : -1;
+    const i32 low = high >= 0 ? hexDigit(text[1]) : -1;
+    return low >= 0 && high + low > 0 ? high << 4 | low : -1;
+}
+
 std::string AM_quoteText(std::string_view text) {
     std::string quoted = "'";
     for (const char c : text) {
         if (c == '\'') {
             quoted += "''";
         } else if (isControl(c)) {
-            const auto byte = static_cast<unsigned char>(c);
             quoted += "'#";
-            quoted += k_hexDigits[byte >> 4];
-            quoted += k_hexDigits[byte & 15];
+            AM_appendHex(quoted, c);
             quoted += '\'';
         } else {
             quoted += c;

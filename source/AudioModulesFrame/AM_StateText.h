@@ -20,6 +20,12 @@ std::string AM_escapeMeta(std::string_view text);
 // Takes those \ away; others stay.
 std::string AM_unescapeMeta(std::string_view text);
 
+// Appends the two hexadecimal digits of a byte, in upper case.
+void AM_appendHex(std::string& text, char byte);
+// The byte that the two hexadecimal digits at the start of `text` mean; -1 if there are none, and
+// for 0, which no text holds.
+i32 AM_readHex(std::string_view text);
+
 // The longest start of `text` with at most `maxBytes` bytes that does not end inside a UTF-8
 // character.
 std::string_view AM_truncateUtf8(std::string_view text, size_t maxBytes);

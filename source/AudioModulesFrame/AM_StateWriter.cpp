@@ -150,12 +150,7 @@ void AM_StateWriter::appendChunk() {
 
 const char* AM_StateWriter::getState(i32* outSize, const char* prefix,
                                      const AM_StateOptions& options) {
-    size_t length = prefix ? std::strlen(prefix) + 1 : 0;
-    createSetting([](AM_ParaMan*, const char* piece,
-                     void* user) { *static_cast<size_t*>(user) += std::strlen(piece); },
-                  &length, options);
     text.clear();
-    text.reserve(length + 1);
     if (prefix) {
         for (const char* c = prefix; *c; ++c)
             if (static_cast<unsigned char>(*c) >= 0x20) text += *c;

@@ -9,9 +9,6 @@
 
 namespace {
 
-// Attempts of a thread that may not wait, some microseconds.
-constexpr i32 k_attempts = 4000;
-
 using RowWords = std::array<u32, sizeof(MidiAssign) / sizeof(u32)>;
 constexpr i32 k_remainderWord = 3;
 static_assert(offsetof(MidiAssign, remainder) == k_remainderWord * sizeof(u32));
@@ -35,10 +32,10 @@ const char k_midiTypeNames[k_numMidiTypes][32] = {"Encoder127", "Encoder64", "Co
 class MidiAssignMap::Hold {
 public:
     explicit Hold(const MidiAssignMap& owner) : map(owner) {
-        while (!map.tryLock())
+        while (!map.lock.tryLock())
             std::this_thread::yield();
     }
-    ~Hold() { map.unlock(); }
+    ~Hold() { map.lock.unlock(); }
     Hold(const Hold&) = delete;
     Hold& operator=(const Hold&) = delete;
 
@@ -52,12 +49,6 @@ MidiAssignMap::MidiAssignMap()
     char line[64];
     AM_STD::sprintv(line, sizeof line, "// %s %s %s\n\n\n", "Global", "MidiCC", "Map");
     headerText = line;
-}
-
-bool MidiAssignMap::tryLock() const {
-    for (i32 attempt = 0; attempt < k_attempts; ++attempt)
-        if (!locked.test_and_set(std::memory_order_acquire)) return true;
-    return false;
 }
 
 MidiAssign MidiAssignMap::row(i32 index) const {
@@ -109,7 +100,7 @@ bool MidiAssignMap::append(const MidiAssign& row) {
 }
 
 bool MidiAssignMap::learn(const MidiAssign* rows, i32 number) {
-    if (!tryLock()) return false;
+    if (!lock.tryLock()) return false;
     for (const MidiAssign* row = rows; row != rows + number; ++row) {
         const i32 end = getNumberOfMIDIassigns();
         i32 index = 0;
@@ -117,7 +108,7 @@ bool MidiAssignMap::learn(const MidiAssign* rows, i32 number) {
             ++index;
         if (index == end && append(*row)) markChanged();
     }
-    unlock();
+    lock.unlock();
     return true;
 }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "AM_Log.h"
+#include "AM_SpinLock.h"
 #include "AM_Types.h"
 
 #include <array>
@@ -156,8 +157,6 @@ private:
     };
     class Hold;
 
-    bool tryLock() const;
-    void unlock() const { locked.clear(std::memory_order_release); }
     bool append(const MidiAssign& row);
     void store(i32 index, const MidiAssign& row);
     void remove(i32 index);
@@ -168,6 +167,6 @@ private:
     const std::unique_ptr<PagePlace[]> pages;
     std::atomic<i32> count{0};
     std::atomic<bool> changed{false};
-    mutable std::atomic_flag locked = ATOMIC_FLAG_INIT;
+    mutable AM_SpinLock lock;
     std::string headerText;
 };

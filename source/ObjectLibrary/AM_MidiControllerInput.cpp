@@ -72,7 +72,7 @@ private:
     i32 standardValue(AM_StandardRow row) const {
         return static_cast<i32>(paraMan.getParameterTarget(paraMan.standardId(row)));
     }
-    i32 selectedPage() const { return standardValue(k_page); }
+    i32 selectedPage() const { return standardValue(k_rowPage); }
     void selectPage(i32 page);
     bool answers(const MidiAssign& row) const {
         return row.controller == controller && (row.channel == 0 || row.channel == channel + 1);
@@ -83,10 +83,6 @@ private:
     void turnPage(const MidiAssign& row);
     i32 rowOfHighHalf(i32 index, const MidiAssign& row) const;
     void move(i32 parameter, i32 mode, i32 type, i32 remainderRow);
-
-    static constexpr auto k_page = static_cast<AM_StandardRow>(23);
-    static constexpr auto k_learnMode = static_cast<AM_StandardRow>(24);
-    static constexpr auto k_learnType = static_cast<AM_StandardRow>(25);
 
     AM_AudioMan& instance;
     AM_ParaMan& paraMan;
@@ -102,8 +98,8 @@ MidiAssign ControllerMessage::learntRow() const {
     MidiAssign row;
     row.channel = static_cast<u8>(channel + 1);
     row.controller = static_cast<u8>(controller);
-    row.mode = static_cast<u8>(standardValue(k_learnMode));
-    row.type = static_cast<u8>(standardValue(k_learnType));
+    row.mode = static_cast<u8>(standardValue(k_rowMidiLearn));
+    row.type = static_cast<u8>(standardValue(k_rowMidiType));
     const i32 page = selectedPage();
     row.page = static_cast<u8>(page < MidiAssignMap::k_numPages ? page : 0);
     return row;
@@ -149,7 +145,7 @@ void ControllerMessage::learn() {
 
 void ControllerMessage::selectPage(i32 page) {
     if (page != selectedPage())
-        paraMan.setParameterValue(paraMan.standardId(k_page), static_cast<f32>(page));
+        paraMan.setParameterValue(paraMan.standardId(k_rowPage), static_cast<f32>(page));
 }
 
 bool ControllerMessage::pageAllows(i32 index, const MidiAssign& row) {

@@ -14,21 +14,6 @@ namespace {
 constexpr AM_FileErr k_readError = 5;
 constexpr AM_FileErr k_tooLarge = 27;
 
-constexpr char k_hexDigits[] = "0123456789ABCDEF";
-
-i32 hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
-void appendCode(std::string& text, char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    text += "\\x";
-    text += k_hexDigits[byte >> 4];
-    text += k_hexDigits[byte & 15];
-}
-
 // `text` as it may stand between quotes. A backslash has a code too, so that one in front of a
 // colon always belongs to it.
 std::string escape(std::string_view text, bool isPart) {
@@ -37,12 +22,13 @@ std::string escape(std::string_view text, bool isPart) {
         const char c = text[i];
         const char behind = i + 1 < text.size() ? text[i + 1] : '\0';
         const bool opensComment = c == '/' && (behind == '/' || behind == '*');
-        if (isPart && c == ':')
+        if (isPart && c == ':') {
             escaped += "\\:";
-        else if (static_cast<unsigned char>(c) < 0x20 || c == '\'' || c == '=' || c == '\\' ||
-                 opensComment)
-            appendCode(escaped, c);
-        else
+        } else if (static_cast<unsigned char>(c) < 0x20 || c == '\'' || c == '=' || c == '\\' ||
+                   opensComment) {
+            escaped += "\\x";
+            AM_appendHex(escaped, c);
+        } else
             escaped += c;
     }
     return escaped;
@@ -52,11 +38,10 @@ std::string escape(std::string_view text, bool isPart) {
 std::string unescape(std::string_view text) {
     std::string plain;
     for (size_t i = 0; i < text.size(); ++i) {
-        const std::string_view code = text.substr(i, 4);
-        const i32 high = code.size() == 4 && code.starts_with("\\x") ? hexDigit(code[2]) : -1;
-        const i32 low = high >= 0 ? hexDigit(code[3]) : -1;
-        if (low >= 0 && high + low > 0) {
-            plain += static_cast<char>(high << 4 | low);
+        const std::string_view code = text.substr(i);
+        const i32 byte = code.starts_with("\\x") ? AM_readHex(code.substr(2)) : -1;
+        if (byte > 0) {
+            plain += static_cast<char>(byte);
             i += 3;
         } else if (code.starts_with("\\:")) {
             plain += ':';

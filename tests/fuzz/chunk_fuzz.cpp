@@ -2,21 +2,13 @@
 // gets behind it; an odd one: the rest is data, which has to come back from its chunk.
 #include "AM_ChunkCodec.h"
 #include "AM_Log.h"
+#include "fuzz/FuzzTarget.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
 namespace {
-
-class Silence final : public AM_LogSink {
-public:
-    void writeLine(std::string_view) override {}
-};
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 // Decodes to a buffer of just `maxBytes` bytes; checking alone has to come to the same end.
 bool decode(std::string_view text, i32 maxBytes, std::vector<u8>& data) {
@@ -56,9 +48,8 @@ void anyText(std::string text, i32 maxBytes) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static Silence silence;
-    AM_resetLog();
-    AM_setLogSink(&silence);
+    static FuzzSilence silence;
+    silence.begin();
     if (size < 2) return 0;
     if (data[0] % 2)
         roundTrip(std::vector<u8>(data + 1, data + size));

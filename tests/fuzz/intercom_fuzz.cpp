@@ -2,17 +2,13 @@
 // written and read again as the same, and sending or posting them does no harm.
 #include "AM_InterComObject.h"
 #include "AudioModulesFrame/TestManager.h"
+#include "fuzz/FuzzTarget.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 namespace {
-
-class Silence final : public AM_LogSink {
-public:
-    void writeLine(std::string_view) override {}
-};
 
 struct Instance {
     Instance() {
@@ -51,9 +47,8 @@ struct Message {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static Silence silence;
-    AM_resetLog();
-    AM_setLogSink(&silence);
+    static FuzzSilence silence;
+    silence.begin();
     static Instance instance;
     // A copy of the exact size, so that a byte read behind it is found.
     const std::vector<char> text(data, data + size);

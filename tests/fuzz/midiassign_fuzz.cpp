@@ -4,6 +4,7 @@
 #include "AM_Log.h"
 #include "AM_MemoryFilesystem.h"
 #include "AM_MidiAssignFile.h"
+#include "fuzz/FuzzTarget.h"
 #include "plugin/PluginHarness.h"
 
 #include <cstdint>
@@ -13,19 +14,6 @@
 namespace {
 
 constexpr char k_path[] = "/support/file.txt";
-
-class Silence : public AM_LogSink {
-public:
-    Silence() {
-        AM_setLogSink(this);
-        AM_setAlternateFolder("/nonexistent");
-    }
-    void writeLine(std::string_view) override {}
-};
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 bool same(const AM_MidiAssignments& a, const AM_MidiAssignments& b) {
     if (a.rows.size() != b.rows.size() || a.pages != b.pages) return false;
@@ -37,7 +25,10 @@ bool same(const AM_MidiAssignments& a, const AM_MidiAssignments& b) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static Silence silence;
+    static FuzzSilence silence;
+    // No folder of this machine.
+    static const bool isolated = (AM_setAlternateFolder("/nonexistent"), true);
+    static_cast<void>(isolated);
     static Plugin plugin;
     AM_resetLog();
     AM_setLogSink(&silence);

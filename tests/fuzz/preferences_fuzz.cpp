@@ -2,20 +2,12 @@
 // over that again.
 #include "AM_Log.h"
 #include "AM_Preferences.h"
+#include "fuzz/FuzzTarget.h"
 
 #include <cstdlib>
 #include <string>
 
 namespace {
-
-class Silence final : public AM_LogSink {
-public:
-    void writeLine(std::string_view) override {}
-};
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 void read(AM_PreferencesAudio& store, const std::string& text) {
     AudioPreferenceExtractor extractor(store);
@@ -30,9 +22,8 @@ std::string state(const AM_PreferencesAudio& store) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static Silence silence;
-    AM_resetLog();
-    AM_setLogSink(&silence);
+    static FuzzSilence silence;
+    silence.begin();
     const std::string text(reinterpret_cast<const char*>(data), size);
 
     AM_PreferencesAudio first("Product", "Vendor"), second("Product", "Vendor");

@@ -2,21 +2,13 @@
 // same text.
 #include "AM_FolderResolver.h"
 #include "AM_Log.h"
+#include "fuzz/FuzzTarget.h"
 #include "plugin/PluginHarness.h"
 
 #include <cstdint>
 #include <cstdlib>
 
 namespace {
-
-class Silence : public AM_LogSink {
-public:
-    Silence() {
-        AM_setLogSink(this);
-        AM_setAlternateFolder("/nonexistent");
-    }
-    void writeLine(std::string_view) override {}
-};
 
 std::string written(Glassmere_AudioMan& man) {
     i32 size = 0;
@@ -26,7 +18,10 @@ std::string written(Glassmere_AudioMan& man) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static Silence silence;
+    static FuzzSilence silence;
+    // No folder of this machine.
+    static const bool isolated = (AM_setAlternateFolder("/nonexistent"), true);
+    static_cast<void>(isolated);
     static Plugin plugin;
     static Plugin other;
     if (size < 1) return 0;

@@ -1,24 +1,15 @@
 // Tuning files of any text: every note has a target that is a number and at most the highest one.
 #include "AM_Log.h"
 #include "AM_TuneFile.h"
+#include "fuzz/FuzzTarget.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <string>
 
-namespace {
-
-class Silence final : public AM_LogSink {
-public:
-    void writeLine(std::string_view) override {}
-};
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static Silence silence;
-    AM_resetLog();
-    AM_setLogSink(&silence);
+    static FuzzSilence silence;
+    silence.begin();
     const std::string content(reinterpret_cast<const char*>(data), size);
     const AM_TuneFile tuning("tun", content.c_str());
     for (i32 note = 0; note < 128; ++note) {

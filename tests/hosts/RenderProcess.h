@@ -102,6 +102,31 @@ inline ProcessResult render(const TestFolder& folder, const Arguments& arguments
     return RenderProcess(folder, arguments).wait();
 }
 
+// Writes a file and makes the folders on the way.
+inline void put(const std::string& path, const std::string& text) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+// What a command line without an output is to end with.
+struct FailingCase {
+    Arguments arguments;
+    int exitCode;
+    const char* error; // stands somewhere in what is printed
+};
+
+// Each case asked for an impulse response ends as it says and leaves no file.
+inline void expectFailures(const TestFolder& folder, const std::vector<FailingCase>& cases) {
+    for (const FailingCase& c : cases) {
+        Arguments arguments = c.arguments;
+        arguments.insert(arguments.end(), {"--impulse", folder / "out.wav"});
+        const ProcessResult result = render(folder, arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << result.errors;
+        EXPECT_NE(result.errors.find(c.error), std::string::npos) << result.errors;
+        EXPECT_FALSE(std::filesystem::exists(folder / "out.wav"));
+    }
+}
+
 struct Sound {
     int channels = 2;
     int rate = 44100;
