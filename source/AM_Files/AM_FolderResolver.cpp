@@ -36,19 +36,33 @@ AM_String childOf(const AM_Directory& directory, const char* name) {
     return directory.pathOf(AM_String(name));
 }
 
-// Where "Glassmere.data" can stand: beside the library and, if that is the binary of a bundle, in
-// the bundle's Resources.
-std::vector<AM_Directory> searchedFolders() {
+// Sets `folder` to that of the library's file; false if the system can't tell.
+bool libraryFolder(AM_Directory* folder) {
     AM_String library;
-    std::vector<AM_Directory> folders;
-    if (AM_FileCalls::libraryPath(&library) != k_fileOk) return folders;
+    if (AM_FileCalls::libraryPath(&library) != k_fileOk) return false;
+    AM_File(library).getParent(folder);
+    return true;
+}
+
+// Sets `resources` to the folder of that name of the bundle whose binary the library is; false if
+// it stands outside a bundle.
+bool bundleResources(AM_Directory* resources) {
     AM_Directory folder;
-    AM_File(library).getParent(&folder);
-    folders.push_back(folder);
+    if (!libraryFolder(&folder)) return false;
     AM_String name;
     folder.moveToParent();
     folder.getName(&name);
-    if (name == AM_String("Contents")) folders.emplace_back(childOf(folder, "Resources"));
+    if (name != AM_String("Contents")) return false;
+    *resources = AM_Directory(childOf(folder, "Resources"));
+    return true;
+}
+
+// Where "Glassmere.data" can stand: beside the library and in its bundle.
+std::vector<AM_Directory> searchedFolders() {
+    std::vector<AM_Directory> folders;
+    AM_Directory folder;
+    if (libraryFolder(&folder)) folders.push_back(folder);
+    if (bundleResources(&folder)) folders.push_back(folder);
     return folders;
 }
 
@@ -177,8 +191,13 @@ AM_FileErr resolveFolder(AM_Directory* directory, i32 kind, i32 domain, const ch
 std::vector<AM_String> AM_sharedFolders(i32 kind, const char* vendor, const char* product) {
     std::vector<AM_String> folders;
     if ((kind != k_folderData && kind != k_folderPresets) || findAlternate().found) return folders;
-    for (const AM_String& base : AM_FileCalls::sharedDataHomes()) {
-        AM_Directory folder(base);
+    std::vector<AM_Directory> bases;
+    AM_Directory resources;
+    // What came with the library goes before what belongs to the machine.
+    if (bundleResources(&resources)) bases.push_back(resources);
+    for (const AM_String& base : AM_FileCalls::sharedDataHomes())
+        bases.emplace_back(base);
+    for (AM_Directory folder : bases) {
         for (const AM_String& name : foldersBelow(kind, false, vendor, product))
             folder = AM_Directory(folder.pathOf(name));
         folders.push_back(folder.getPathString());

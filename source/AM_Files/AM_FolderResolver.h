@@ -33,8 +33,9 @@ inline constexpr const char* k_dataFolderName = "Glassmere.data";
 AM_FileErr resolveFolder(AM_Directory* directory, i32 kind, i32 domain, const char* vendor,
                          const char* product);
 
-// The folders of kind 1 or 2 that hold data for all users of the machine, to be read behind the
-// user's own, whether they exist or not. None for other kinds or with an alternate folder.
+// The folders of kind 1 or 2 to be read behind the user's own, whether they exist or not: that of
+// the bundle that holds this code, then those for all users of the machine. Nothing is ever written
+// there. None for other kinds or with an alternate folder.
 std::vector<AM_String> AM_sharedFolders(i32 kind, const char* vendor, const char* product);
 
 // Looks for the folder "Glassmere.data", or a link of that name, next to the library that holds

@@ -183,9 +183,12 @@ TEST_F(FolderResolver, looksNextToTheLibrary) {
     constexpr const char* k_copyMark = "GLASSMERE_FOLDER_COPY";
     if (getenv(k_copyMark) != nullptr) { // this is the copy that the test below starts
         const AM_String found = getAltDirString();
-        std::printf("found %s,%d%d%d\n", AM_FilePath(found).c_str('/'),
+        const auto shared = AM_sharedFolders(k_folderPresets, "vela", "Product");
+        const AM_String first = shared.size() == 3 ? shared[0] : AM_String();
+        std::printf("found %s,%d%d%d", AM_FilePath(found).c_str('/'),
                     log.has("Link found, HERE WE GO:"), log.has("WRONG Link"),
                     log.has("ALTERNATE_DIRECTORY, HERE WE GO:"));
+        std::printf("%s\n", AM_FilePath(first).c_str('/'));
         return;
     }
     const std::string contents = "Glassmere.vst3/Contents/", binary = contents + "x86_64-linux/";
@@ -207,7 +210,8 @@ TEST_F(FolderResolver, looksNextToTheLibrary) {
     const auto at = [&](const std::string& name, const char* lines) {
         return folder / name + "," + lines + "\n";
     };
-    EXPECT_EQ(found(), ",000\n");
+    // The bundle's own data goes before the machine's.
+    EXPECT_EQ(found(), ",000" + folder / (contents + "Resources/vela/Presets/Product") + "\n");
     folder.makeFolder(contents + "Resources/Glassmere.data");
     EXPECT_EQ(found(), at(contents + "Resources/Glassmere.data", "001"));
     folder.link(binary + "Glassmere.data", "none");
