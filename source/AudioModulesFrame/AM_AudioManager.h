@@ -178,6 +178,8 @@ public:
     // The host's bypass: switches the first bypassable module, with its fade. Without one, blocks
     // leave the host's buffers as they are.
     virtual void setBypass(bool on);
+    // The flat id of the row that setBypass switches, 1 for active; -1 if there is none. Any thread.
+    i32 getBypassParameter() const;
     // The latency in frames as the host shall compensate it.
     i32 getLatency() const { return pluginInfo.latency.load(std::memory_order_relaxed); }
     // Called every 50 ms by the process-wide timer thread; a test may call it. Watches the render;
@@ -411,7 +413,6 @@ private:
     // Flags between threads.
     std::atomic<u32> stateEpoch{0};
     std::atomic<bool> bypassed{false};
-    std::atomic<bool> bypassWanted{false};
     std::atomic<bool> modulationDirty{false};
     std::atomic<bool> latencyChanged{false};
     std::atomic<bool> latencyEmergency{false};

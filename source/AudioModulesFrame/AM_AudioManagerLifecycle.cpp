@@ -286,13 +286,17 @@ void AM_AudioMan::setRenderMode(i32 mode) {
     sendMessage(0, AM_Message_RenderModeChanged, static_cast<u32>(mode), nullptr);
 }
 
-void AM_AudioMan::setBypass(bool on) {
-    if (bypassWanted.exchange(on) == on) return;
+i32 AM_AudioMan::getBypassParameter() const {
     const i32 row = circuit ? circuit->getBypassRow(0) : -1;
-    if (row >= 0)
-        paraMan->setParameterValue(circuit->getFirstParameter() + row, on ? 0.0f : 1.0f);
-    else
+    return row >= 0 ? circuit->getFirstParameter() + row : -1;
+}
+
+void AM_AudioMan::setBypass(bool on) {
+    const i32 row = getBypassParameter();
+    if (row < 0)
         bypassed = on;
+    else if ((paraMan->getParameterTarget(row) < 0.5f) != on) // a state may have switched it too
+        paraMan->setParameterValue(row, on ? 0.0f : 1.0f);
 }
 
 void AM_AudioMan::setPreferenceValue(i32 id, i32 value) {
@@ -342,7 +346,9 @@ void AM_AudioMan::setHostCallback(AM_HostCallback function, void* data) {
 void AM_AudioMan::notifyHost(i32 code, i32 value) {
     if (getRunState() != k_initialised) return;
     if (AM_onAudioThread()) {
-        if (code == k_hostParameterChanged && paraMan->row(value)) hostNotices.set(value);
+        if (code != k_hostParameterChanged || !paraMan->row(value)) return;
+        hostNotices.set(value);
+        paraMan->tellSink(value);
         return;
     }
     const HostLink* link = hostLink.load(std::memory_order_acquire);

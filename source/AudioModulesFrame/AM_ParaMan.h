@@ -25,6 +25,15 @@ class AM_StateWriter;
 struct AM_StateOptions;
 class AM_ValueToStringObject;
 
+// Hears of parameters that the instance moves by itself, while it runs a block; so a binding can
+// tell its host with the block.
+class AM_IParameterSink {
+public:
+    virtual ~AM_IParameterSink() = default;
+    // `value` in the row's units. Any thread, also audio: it neither waits nor allocates.
+    virtual void parameterMoved(i32 id, f32 value) = 0;
+};
+
 // Takes one piece of a state's text. The piece lives for the call.
 using AM_SettingProc = void (*)(AM_ParaMan* manager, const char* text, void* user);
 
@@ -154,6 +163,11 @@ public:
     bool takePresetListChanged() { return presetListChanged.exchange(false); }
     bool takeStateSaveWanted() { return stateSaveWanted.exchange(false); }
 
+    // The sink lives as long as the instance; null for none. Host main thread, before blocks run.
+    void setParameterSink(AM_IParameterSink* listener) { sink.store(listener); }
+    // Tells the sink where a number is heading to; rows of other kinds are left out. Any thread.
+    void tellSink(i32 id);
+
     // Row of `id`, or null for a bad id. In a host named "Live" the channel layout goes up to 2.
     // Any thread; the limits of meta target rows change while the program runs.
     const ParameterInfo* row(i32 id) const;
@@ -240,6 +254,7 @@ private:
     std::vector<i32> hostIndexTable;
     std::vector<f32> shownValues; // of needsUpdate
 
+    std::atomic<AM_IParameterSink*> sink{nullptr};
     std::atomic<i32> loadDepth{0};
     std::atomic<i32> patchVersion{0};
     std::atomic<bool> presetListChanged{false};

@@ -168,6 +168,13 @@ void AM_ParaMan::scheduleComplexParamNotification(i32 id, bool now) {
     if (now) manager->notifyHost(k_hostParameterChanged, id);
 }
 
+void AM_ParaMan::tellSink(i32 id) {
+    AM_IParameterSink* listener = sink.load(std::memory_order_acquire);
+    const ParameterInfo* info = row(id);
+    if (listener && info && !info->isComplex())
+        listener->parameterMoved(id, getParameterTarget(id));
+}
+
 void AM_ParaMan::setInitPresetName() {
     static constexpr char k_name[] = "initialize.q3p";
     setParameterValueComplex(standardId(k_rowPatchFileName), k_name, sizeof k_name);
