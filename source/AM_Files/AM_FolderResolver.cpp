@@ -222,11 +222,10 @@ void AM_setAlternateFolder(const char* folder) {
 }
 
 extern "C" GLASSMERE_EXPORT const char* resolveShortcut(const char16_t* path) {
-    // Of each thread, so that two callers never share a result.
-    static thread_local char narrow[k_maxShortcut];
-    static thread_local char16_t wide[k_maxShortcut];
-    narrow[0] = 0;
-    wide[0] = 0;
+    // Of each thread, so that two callers never share a result; on the heap, since a host has few
+    // bytes for what each thread of it keeps for a library.
+    static thread_local std::string narrow;
+    narrow.clear();
     try {
         size_t length = 0;
         while (path != nullptr && length < k_maxLinkText && path[length] != 0)
@@ -234,16 +233,14 @@ extern "C" GLASSMERE_EXPORT const char* resolveShortcut(const char16_t* path) {
         const AM_String link(std::u16string_view(path, length));
         AM_String target;
         AM_Log("Trying to resolve link called %S", link.wide().c_str());
-        if (AM_FileCalls::resolveLink(link, &target) != k_fileOk) return narrow;
+        if (AM_FileCalls::resolveLink(link, &target) != k_fileOk) return narrow.c_str();
         const std::string text = AM_FileCalls::pathToSystem(target);
-        if (text.size() >= k_maxShortcut) return narrow;
-        AM_String(std::string_view(text)).copyToBuffer(wide, k_maxShortcut);
-        text.copy(narrow, text.size());
-        narrow[text.size()] = 0;
-        AM_Log("What we found was: %S", wide);
-        AM_Log("(equally): %s", narrow);
+        if (text.size() >= k_maxShortcut) return narrow.c_str();
+        narrow = text;
+        AM_Log("What we found was: %S", AM_String(std::string_view(text)).wide().c_str());
+        AM_Log("(equally): %s", narrow.c_str());
     } catch (...) {
         // Without memory there is no answer.
     }
-    return narrow;
+    return narrow.c_str();
 }
