@@ -4,6 +4,7 @@
 #include "AM_AudioThread.h"
 #include "AM_LetterPicker.h"
 #include "AM_Log.h"
+#include "AM_ModelCache.h"
 #include "AM_ParaMan.h"
 #include "AM_Text.h"
 
@@ -174,11 +175,14 @@ void AM_DelayNetWorks::applyParams() {
     const boost::lock_guard lock(manager->getParaMan()->complexLock());
     AM_DelayModel& model = exchange->buildSlot();
     myParams().paramString[k_maxCode - 1] = 0;
-    builder->start(myParams().paramString, model);
-    buildStructure(model.selections[1], model.selections[0]);
-    collisionLaw(model.selections[6], model.selections[5]);
-    setBridges(model.selections[2]);
-    builder->finish(model);
+    if (!AM_ModelCache::find(myParams().paramString, &model)) {
+        builder->start(myParams().paramString, model);
+        buildStructure(model.selections[1], model.selections[0]);
+        collisionLaw(model.selections[6], model.selections[5]);
+        setBridges(model.selections[2]);
+        builder->finish(model);
+        AM_ModelCache::keep(model);
+    }
     exchange->publish();
 }
 
