@@ -1,110 +1,17 @@
-// Nothing inside processBlock may allocate, wait, or enter the system. This program replaces the
-// allocator and the usual ways into the system, and counts what reaches them from an audio block.
+// Nothing inside processBlock may allocate, wait, or enter the system.
 #include "AM_Files/TemporaryFolder.h"
 #include "AM_FolderResolver.h"
 #include "PluginHarness.h"
+#include "RealTimeWatch.h"
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <pthread.h>
-#include <time.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
-
-namespace {
-
-// Plain words: no constructor, no allocation, usable before main.
-thread_local bool t_watching __attribute__((tls_model("initial-exec"))) = false;
-thread_local int t_locks __attribute__((tls_model("initial-exec"))) = 0;
-thread_local const char* t_caught __attribute__((tls_model("initial-exec"))) = nullptr;
-
-void caught(const char* what) {
-    if (t_watching && !t_caught) t_caught = what;
-}
-
-template <class F>
-F next(const char* name) {
-    return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
-}
-
-} // namespace
-
-extern "C" {
-void* __libc_malloc(size_t);
-void* __libc_calloc(size_t, size_t);
-void* __libc_realloc(void*, size_t);
-void* __libc_memalign(size_t, size_t);
-void __libc_free(void*);
-
-void* malloc(size_t size) {
-    caught("malloc");
-    return __libc_malloc(size);
-}
-void* calloc(size_t count, size_t size) {
-    caught("calloc");
-    return __libc_calloc(count, size);
-}
-void* realloc(void* block, size_t size) {
-    caught("realloc");
-    return __libc_realloc(block, size);
-}
-void* aligned_alloc(size_t alignment, size_t size) {
-    caught("aligned_alloc");
-    return __libc_memalign(alignment, size);
-}
-int posix_memalign(void** out, size_t alignment, size_t size) {
-    caught("posix_memalign");
-    *out = __libc_memalign(alignment, size);
-    return *out ? 0 : 12;
-}
-void free(void* block) {
-    if (block) caught("free");
-    __libc_free(block);
-}
-int pthread_mutex_lock(pthread_mutex_t* mutex) {
-    static const auto real = next<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
-    if (t_watching) ++t_locks;
-    return real(mutex);
-}
-int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
-    static const auto real = next<int (*)(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
-    caught("pthread_cond_wait");
-    return real(condition, mutex);
-}
-ssize_t read(int file, void* buffer, size_t size) {
-    static const auto real = next<ssize_t (*)(int, void*, size_t)>("read");
-    caught("read");
-    return real(file, buffer, size);
-}
-ssize_t write(int file, const void* buffer, size_t size) {
-    static const auto real = next<ssize_t (*)(int, const void*, size_t)>("write");
-    caught("write");
-    return real(file, buffer, size);
-}
-int nanosleep(const timespec* time, timespec* rest) {
-    static const auto real = next<int (*)(const timespec*, timespec*)>("nanosleep");
-    caught("nanosleep");
-    return real(time, rest);
-}
-int usleep(useconds_t time) {
-    static const auto real = next<int (*)(useconds_t)>("usleep");
-    caught("usleep");
-    return real(time);
-}
-int sched_yield() {
-    caught("sched_yield");
-    return 0;
-}
-FILE* fopen(const char* path, const char* mode) {
-    static const auto real = next<FILE* (*)(const char*, const char*)>("fopen");
-    caught("fopen");
-    return real(path, mode);
-}
-}
+#include <mutex>
 
 namespace {
 
@@ -114,33 +21,26 @@ public:
     std::atomic<i32> lines{0};
 };
 
-// Runs one block under watch; returns what it should not have called, or null.
-const char* watchedBlock(Plugin& plugin, StereoBuffer& buffer, i32 frames, i32& locks) {
-    t_caught = nullptr;
-    t_locks = 0;
-    t_watching = true;
-    plugin.block(buffer.left.data(), buffer.right.data(), buffer.left.data(), buffer.right.data(),
-                 frames);
-    t_watching = false;
-    locks = t_locks;
-    return t_caught;
+RealTimeFindings watchedBlock(Plugin& plugin, StereoBuffer& buffer, i32 frames) {
+    return watched([&] {
+        plugin.block(buffer.left.data(), buffer.right.data(), buffer.left.data(),
+                     buffer.right.data(), frames);
+    });
 }
 
 } // namespace
 
 TEST(RealTime, TheWatchSeesWhatItShould) {
-    t_caught = nullptr;
-    t_watching = true;
-    void* volatile block = std::malloc(8);
-    t_watching = false;
-    EXPECT_STREQ(t_caught, "malloc");
+    void* volatile block = nullptr;
+    EXPECT_STREQ(watched([&] { block = std::malloc(8); }).call, "malloc");
     std::free(block);
-    t_caught = nullptr;
-    t_watching = true;
-    block = ::operator new(8);
-    t_watching = false;
-    EXPECT_NE(t_caught, nullptr);
-    ::operator delete(block);
+    EXPECT_NE(watched([&] { block = ::operator new(8); }).call, nullptr);
+    EXPECT_STREQ(watched([&] { ::operator delete(block); }).call, "free");
+    std::mutex mutex;
+    EXPECT_EQ(watched([&] { const std::lock_guard lock(mutex); }).locks, 1);
+    const i64 systemCall = watched([] { getppid(); }).systemCall;
+    EXPECT_EQ(systemCall, canCatchSystemCalls() ? SYS_getppid : -1);
+    EXPECT_TRUE(watched([] {}).clean());
 }
 
 TEST(RealTime, BlocksNeitherAllocateNorWaitNorEnterTheSystem) {
@@ -191,24 +91,19 @@ TEST(RealTime, BlocksNeitherAllocateNorWaitNorEnterTheSystem) {
                 break;
             }
             const i32 frames = n % 7 == 0 ? 0 : static_cast<i32>(1 + engine() % 4096);
-            i32 locks = 0;
-            const char* what = watchedBlock(plugin, buffer, frames, locks);
-            ASSERT_EQ(what, nullptr) << what << " in block " << n;
-            ASSERT_LE(locks, 3) << "the state lock is the only one";
+            const RealTimeFindings found = watchedBlock(plugin, buffer, frames);
+            ASSERT_TRUE(found.clean()) << found << " in block " << n;
+            ASSERT_LE(found.locks, 3) << "the state lock is the only one";
         }
         // Writes from the audio thread itself, buttons among them.
         for (i32 n = 0; n < 60; ++n) {
-            t_caught = nullptr;
-            t_watching = true;
-            {
+            const RealTimeFindings found = watched([&] {
                 const AM_AudioThreadScope audio;
                 for (i32 id = 0; id < plugin.paraMan().getNumParams(); ++id)
                     plugin.paraMan().setParameterValue(id, static_cast<f32>(n % 3) * 60.0f);
-            }
-            t_watching = false;
-            ASSERT_EQ(t_caught, nullptr) << t_caught << " in write " << n;
-            i32 locks = 0;
-            ASSERT_EQ(watchedBlock(plugin, buffer, 100, locks), nullptr);
+            });
+            ASSERT_TRUE(found.clean()) << found << " in write " << n;
+            ASSERT_TRUE(watchedBlock(plugin, buffer, 100).clean());
         }
     }
     AM_setLogSink(before);
@@ -250,10 +145,7 @@ TEST(RealTime, MidiLearningProgramsAndPreferencesLeaveTheBlocksAlone) {
                                 0xF0,
                                 1,
                                 2};
-            i32 locks = 0;
-            t_caught = nullptr;
-            t_watching = true;
-            {
+            const RealTimeFindings bytesFound = watched([&] {
                 const AM_AudioThreadScope audio;
                 for (i32 place = 0, left = sizeof bytes; left > 0;) {
                     const i32 used =
@@ -261,11 +153,10 @@ TEST(RealTime, MidiLearningProgramsAndPreferencesLeaveTheBlocksAlone) {
                     place += used;
                     left -= used;
                 }
-            }
-            t_watching = false;
-            ASSERT_EQ(t_caught, nullptr) << t_caught << " in message " << n;
-            const char* what = watchedBlock(plugin, buffer, 1 + n * 37 % 1024, locks);
-            ASSERT_EQ(what, nullptr) << what << " in block " << n;
+            });
+            ASSERT_TRUE(bytesFound.clean()) << bytesFound << " in message " << n;
+            const RealTimeFindings found = watchedBlock(plugin, buffer, 1 + n * 37 % 1024);
+            ASSERT_TRUE(found.clean()) << found << " in block " << n;
             if (n % 3 == 0) plugin.man.idle();
         }
         EXPECT_GT(told, 5);
