@@ -32,6 +32,5 @@ machine, so it can be noted down, shared and loaded again.
 The package also holds glassmere-render, which renders sound files offline.")
 
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
 
 include(CPack)
