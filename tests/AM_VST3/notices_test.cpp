@@ -1,0 +1,277 @@
+// What a host hears of an instance, on which thread and how often, and how its halves find and lose
+// each other.
+#include "AM_Files/TemporaryFolder.h"
+#include "TestInstance.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+using namespace Steinberg;
+using namespace Steinberg::Vst;
+using Kind = TestHandler::Kind;
+using Connection = TestWiring::Connection;
+
+namespace {
+
+constexpr ParamID k_firstMidi = 200000;
+constexpr ParamID k_volumeController = 200007; // of the first channel
+
+// A bundle that nobody has loaded yet, with a file of the user's choices in its data folder.
+class ChosenBundle {
+public:
+    ChosenBundle(const std::string& name, const std::string& text)
+        : bundle(folder / "Glassmere.vst3") {
+        std::filesystem::copy(GLASSMERE_BUNDLE, bundle, std::filesystem::copy_options::recursive);
+        folder.write("Glassmere.vst3/Contents/Resources/Glassmere.data/Support/" + name, text);
+    }
+    std::string path() const { return bundle; }
+
+private:
+    const TemporaryFolder folder;
+    const std::string bundle;
+};
+
+template <class Condition>
+bool eventually(const Condition& holds) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + std::chrono::minutes(2);
+    while (!holds() && Clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return holds();
+}
+
+std::string save(const TestInstance& instance) {
+    return instance.save().component;
+}
+
+std::string changed(std::string state, const std::string& from, const std::string& to) {
+    EXPECT_EQ(from.size(), to.size()) << "the size stands in front";
+    return state.replace(state.find("\n" + from) + 1, to.size(), to);
+}
+
+// A block on an audio thread of its own.
+void play(TestInstance& instance, i32 frames = 512, TestChanges* input = nullptr,
+          TestChanges* output = nullptr) {
+    std::thread([&] {
+        instance.run(noise(static_cast<size_t>(frames)), {frames}, false,
+                     [&](ProcessData& data, size_t) {
+                         data.inputParameterChanges = input;
+                         data.outputParameterChanges = output;
+                     });
+    }).join();
+}
+
+// Kind, parameter and value of each call.
+using Calls = std::vector<std::tuple<Kind, ParamID, f64>>;
+Calls callsOf(const TestInstance& instance) {
+    Calls list;
+    for (const TestHandler::Call& call : instance.handler.calls())
+        list.emplace_back(call.kind, call.id, call.value);
+    return list;
+}
+Calls edits(ParamID id, f64 value) {
+    return {{Kind::Begin, id, 0.0}, {Kind::Perform, id, value}, {Kind::End, id, 0.0}};
+}
+const Calls k_restartedForValues = {{Kind::Restart, 0, f64{kParamValuesChanged}}};
+
+struct Notices : testing::Test {
+    const TestModule module{GLASSMERE_BUNDLE};
+};
+
+void connect(TestInstance& instance) {
+    FUnknownPtr<IConnectionPoint> audio(instance.component()), edit(instance.controller());
+    EXPECT_EQ(audio->connect(edit), kResultOk);
+    EXPECT_EQ(edit->connect(audio), kResultOk);
+}
+
+void send(TestInstance& instance, const char* id, i64 address) {
+    const IPtr<IMessage> message = owned(new HostMessage);
+    message->setMessageID(id);
+    if (address != 0) message->getAttributes()->setInt("ptr", address);
+    EXPECT_EQ(instance.controllerAs<IConnectionPoint>()->notify(message), kResultOk);
+}
+
+} // namespace
+
+// Nothing that the host does itself comes back to it; a new code does, once each time, as a project
+// that is not what it was, or where a host knows no such thing as an edit.
+TEST_F(Notices, TellOfNewCodesAndOfNothingElse) {
+    for (const bool runLoop : {true, false})
+        for (const bool second : {true, false}) {
+            SCOPED_TRACE(runLoop ? "run loop" : "tick thread");
+            TestInstance instance(module, {.runLoop = runLoop, .secondHandler = second});
+            instance.start();
+            instance.processor()->getLatencySamples();
+            const std::string state = save(instance);
+            TestChanges storm(4096, 16);
+            for (const ParameterInfo& info : instance.parameters())
+                for (i32 point = 0; point < 8; ++point)
+                    if (info.id >= k_firstMidi || (info.flags & ParameterInfo::kCanAutomate) != 0)
+                        storm.add(info.id, point / 8.0, point * 64);
+            for (i32 i = 0; i < 20; ++i) {
+                play(instance, 512, &storm);
+                instance.load({state, ""});
+                instance.context.loop.advance(50);
+            }
+            TestChanges press;
+            press.add(instance.find("Random Model"), 1.0);
+            for (size_t presses = 1; presses <= 2; ++presses) {
+                play(instance, 512, &press);
+                instance.context.loop.advance(50);
+                const Kind last = second ? Kind::Dirty : Kind::End;
+                EXPECT_TRUE(eventually([&] { return instance.handler.count(last) >= presses; }));
+                EXPECT_EQ(instance.handler.calls().size(), presses * (second ? 1 : 3));
+            }
+            const Calls calls = callsOf(instance);
+            const Calls one =
+                second ? Calls{{Kind::Dirty, 0, 1.0}} : edits(instance.find("Params"), 0.0);
+            EXPECT_EQ(Calls(calls.begin(), calls.begin() + static_cast<i32>(one.size())), one);
+            EXPECT_EQ(instance.handler.calledFromAfar(), !runLoop);
+            EXPECT_NE(save(instance), state);
+        }
+}
+
+TEST_F(Notices, TellOfWhatMidiMoves) {
+    const ChosenBundle bundle("com.vela.Glassmere.midiassign.txt",
+                              "0:7=FDN:FB, normal, 0, Continuous7bit, No\n");
+    const TestModule module(bundle.path());
+    for (const bool runLoop : {true, false}) {
+        TestInstance instance(module, {.runLoop = runLoop});
+        instance.start();
+        const ParamID feedback = instance.find("Feedback");
+        for (const f64 value : {1.0, 0.0}) {
+            TestChanges input, output;
+            play(instance, 64, &input.add(k_volumeController, 0.25));
+            play(instance, 64, &input.add(k_volumeController, value, 30), &output);
+            const TestQueue* moved = output.find(feedback);
+            ASSERT_TRUE(moved);
+            ASSERT_FALSE(moved->points().empty());
+            EXPECT_EQ(moved->points().back().offset, 0);
+            EXPECT_EQ(moved->points().back().value, value);
+            instance.context.loop.advance(50);
+            EXPECT_TRUE(eventually([&] { return instance.value(feedback) == value; }));
+            EXPECT_TRUE(eventually([&] {
+                return instance.handler.count(Kind::Begin) == instance.handler.count(Kind::End);
+            }));
+            const Calls calls = callsOf(instance);
+            ASSERT_GE(calls.size(), 3u);
+            EXPECT_EQ(Calls(calls.end() - 3, calls.end()), edits(feedback, value));
+            EXPECT_TRUE(!runLoop || calls.size() == 3) << "two blocks, one tick";
+            EXPECT_EQ(instance.handler.calledFromAfar(), !runLoop);
+            instance.handler.clear();
+        }
+        EXPECT_EQ(instance.context.loop.usedFromAfar(), false);
+    }
+}
+
+// A size that the mode without latency can't take switches it off.
+TEST_F(Notices, TellOfALatencyThatTheHostDoesNotKnow) {
+    for (const bool asks : {true, false}) {
+        const ChosenBundle bundle("com.vela.Glassmere.Preferences.txt",
+                                  "V_PROPERTY name='Preference' id='1' "
+                                  "value='AudioPrefs:BaseLatencyBuffer16:NO'\n");
+        const TestModule module(bundle.path());
+        TestInstance instance(module, {.runLoop = true});
+        instance.start();
+        EXPECT_EQ(asks ? instance.processor()->getLatencySamples() : 0, 0u);
+        play(instance, 64);
+        instance.context.loop.advance(2000);
+        EXPECT_EQ(callsOf(instance), Calls());
+        play(instance, 17);
+        instance.context.loop.advance(2000);
+        EXPECT_EQ(callsOf(instance),
+                  asks ? Calls({{Kind::Restart, 0, f64{kLatencyChanged}}}) : Calls());
+        EXPECT_EQ(instance.processor()->getLatencySamples(), 16u);
+        play(instance, 17);
+        instance.context.loop.advance(2000);
+        EXPECT_EQ(instance.handler.calls().size(), asks ? 1u : 0u);
+    }
+}
+
+// --- how the halves meet -----------------------------------------------------------------------
+
+TEST_F(Notices, ReachControllersThatAreConnectedLate) {
+    TestInstance instance(module, {.connection = Connection::None, .runLoop = true});
+    const ParamID feedback = instance.find("Feedback");
+    const f64 before = instance.value(feedback);
+    const std::string state = changed(save(instance), "FB=88.00", "FB=25.00");
+    instance.context.refuseMessages(true);
+    connect(instance);
+    instance.start();
+    instance.load({state, ""});
+    EXPECT_EQ(instance.value(feedback), before) << "of a manager of its own";
+    EXPECT_EQ(save(instance), state);
+    const u32 asked = instance.context.messagesAsked();
+    EXPECT_GE(asked, 2u) << "at connection and activation";
+    instance.context.refuseMessages(false);
+    play(instance);
+    EXPECT_EQ(instance.context.messagesAsked(), asked) << "none from the audio thread";
+    EXPECT_EQ(instance.value(feedback), before);
+    save(instance);
+    EXPECT_EQ(instance.value(feedback), 0.25);
+    EXPECT_EQ(callsOf(instance), k_restartedForValues);
+    // Once is enough.
+    play(instance);
+    save(instance);
+    instance.stop();
+    instance.start();
+    instance.context.loop.advance(100);
+    EXPECT_EQ(instance.context.messagesAsked(), asked + 1);
+    EXPECT_EQ(callsOf(instance), k_restartedForValues);
+}
+
+TEST_F(Notices, ComeFromNoForgedAddress) {
+    TestInstance instance(module, {.connection = Connection::Proxy, .runLoop = true});
+    EXPECT_EQ(instance.toController()->messages(), 1u) << "with the connection";
+    const std::string state = changed(save(instance), "FB=88.00", "FB=25.00");
+    const auto object = reinterpret_cast<i64>(instance.component());
+    for (const i64 address : {i64{0}, i64{1}, i64{-1}, i64{0x1000}, object, object + 8})
+        send(instance, "audioPtr", address);
+    send(instance, "audioptr", object);
+    send(instance, nullptr, object);
+    EXPECT_EQ(instance.controllerAs<IConnectionPoint>()->notify(nullptr), kResultOk);
+    instance.start();
+    instance.load({state, ""});
+    EXPECT_EQ(instance.value(instance.find("Feedback")), 0.25);
+    TestChanges press;
+    play(instance, 512, &press.add(instance.find("Random Model"), 1.0));
+    instance.context.loop.advance(50);
+    EXPECT_EQ(callsOf(instance), (Calls{{Kind::Dirty, 0, 1.0}}));
+    EXPECT_EQ(instance.toController()->messages(), 1u);
+}
+
+TEST_F(Notices, EndWithTheProcessorAndComeBackWithIt) {
+    TestInstance instance(module, {.runLoop = true});
+    const ParamID feedback = instance.find("Feedback");
+    const std::string state = changed(save(instance), "FB=88.00", "FB=25.00");
+    instance.component()->terminate();
+    instance.context.loop.advance(200);
+    TestStream stream(state);
+    EXPECT_EQ(instance.controller()->setComponentState(&stream), kResultOk);
+    EXPECT_EQ(instance.controller()->setParamNormalized(feedback, 0.5), kResultOk);
+    EXPECT_EQ(instance.value(feedback), 0.5);
+    EXPECT_EQ(instance.controller()->normalizedParamToPlain(feedback, 0.5), 50.0);
+    EXPECT_EQ(callsOf(instance), Calls());
+
+    ASSERT_EQ(instance.component()->initialize(&instance.context), kResultOk);
+    connect(instance);
+    EXPECT_EQ(callsOf(instance), k_restartedForValues);
+    instance.load({state, ""});
+    EXPECT_EQ(instance.value(feedback), 0.25);
+}
+
+// Its ticks' work goes on without the host's run loop.
+TEST_F(Notices, EndWithTheControllerWhileTheProcessorPlaysOn) {
+    TestInstance instance(module, {.runLoop = true});
+    instance.start();
+    TestChanges press;
+    press.add(instance.find("Random Model"), 1.0);
+    const std::string before = save(instance);
+    instance.controller()->terminate();
+    EXPECT_EQ(instance.context.loop.timers(), 0u);
+    play(instance, 512, &press);
+    EXPECT_TRUE(eventually([&] { return save(instance) != before; }));
+    EXPECT_EQ(callsOf(instance), Calls());
+}
