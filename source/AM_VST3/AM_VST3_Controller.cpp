@@ -30,6 +30,7 @@ AM_VST3_Controller::~AM_VST3_Controller() {
     AM_VST3_guarded("~AM_VST3_Controller", 0, [this] {
         mainLoop.stop();
         AM_VST3_Managers::disconnect(this);
+        leaveManager();
         deleteTemporary();
         return 0;
     });
@@ -80,10 +81,7 @@ tresult PLUGIN_API AM_VST3_Controller::terminate() {
         AM_VST3_Managers::disconnect(this);
         if (view) view->release();
         view = nullptr;
-        if (audioMan && !ownsAudioMan) {
-            audioMan->setRunsOnHostLoop(false);
-            audioMan->setHostCallback(nullptr, nullptr);
-        }
+        leaveManager();
         deleteTemporary();
         audioMan = nullptr;
         notices.reset();
@@ -116,6 +114,7 @@ void AM_VST3_Controller::takeManager(Steinberg::int64 address) {
         AM_Log("WARNING: no AudioMan at %X", static_cast<u64>(address));
         return;
     }
+    if (audioMan != link.manager) leaveManager();
     std::unique_ptr<AM_AudioMan> temporary(ownsAudioMan ? audioMan : nullptr);
     {
         const std::lock_guard lock(stateMutex);
@@ -130,6 +129,13 @@ void AM_VST3_Controller::takeManager(Steinberg::int64 address) {
     const bool changed = takeValues();
     const IPtr<IComponentHandler> host(componentHandler);
     if (changed && host) host->restartComponent(Steinberg::Vst::kParamValuesChanged);
+}
+
+// What a processor's manager has to do and to tell is no longer this controller's.
+void AM_VST3_Controller::leaveManager() {
+    if (!audioMan || ownsAudioMan) return;
+    audioMan->setRunsOnHostLoop(false);
+    audioMan->setHostCallback(nullptr, nullptr);
 }
 
 void AM_VST3_Controller::managerGone() {

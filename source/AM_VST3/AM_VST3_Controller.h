@@ -83,6 +83,7 @@ private:
     void createTemporary();
     void deleteTemporary();
     void takeManager(Steinberg::int64 address);
+    void leaveManager();
     bool takeValues();
     void tellHost();
     void tellParameter(i32 row);

@@ -51,9 +51,9 @@ void remove(AM_AudioMan* manager) {
 
 Link connect(i64 address, AM_VST3_ManagerUser* user) {
     const std::lock_guard lock(registry().mutex);
-    disconnect(user);
     for (Entry& entry : registry().entries) {
         if (reinterpret_cast<i64>(entry.manager) != address) continue;
+        disconnect(user);
         entry.users.push_back(user);
         return {entry.manager, entry.notices};
     }

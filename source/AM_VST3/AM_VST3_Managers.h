@@ -29,7 +29,8 @@ struct Link {
     AM_AudioMan* manager = nullptr; // null: there is none at the address
     std::shared_ptr<AM_VST3_Notices> notices;
 };
-// Finds the manager at `address` and enters a user for it; each user has one manager.
+// Finds the manager at `address` and enters a user for it; each user has one manager. Without one
+// at the address the user keeps what it has.
 Link connect(i64 address, AM_VST3_ManagerUser* user);
 void disconnect(AM_VST3_ManagerUser* user);
 
