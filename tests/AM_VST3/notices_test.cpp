@@ -36,7 +36,7 @@ private:
 template <class Condition>
 bool eventually(const Condition& holds) {
     using Clock = std::chrono::steady_clock;
-    const Clock::time_point end = Clock::now() + std::chrono::minutes(2);
+    const Clock::time_point end = Clock::now() + std::chrono::minutes(1);
     while (!holds() && Clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return holds();
@@ -240,6 +240,13 @@ TEST_F(Notices, ComeFromNoForgedAddress) {
     instance.context.loop.advance(50);
     EXPECT_EQ(callsOf(instance), (Calls{{Kind::Dirty, 0, 1.0}}));
     EXPECT_EQ(instance.toController()->messages(), 1u);
+
+    // It still hears when the real one goes.
+    instance.component()->terminate();
+    TestStream stream(state);
+    instance.controller()->setParamNormalized(instance.find("Feedback"), 0.5);
+    EXPECT_EQ(instance.controller()->setComponentState(&stream), kResultOk);
+    EXPECT_EQ(instance.value(instance.find("Feedback")), 0.5);
 }
 
 TEST_F(Notices, EndWithTheProcessorAndComeBackWithIt) {
@@ -262,16 +269,25 @@ TEST_F(Notices, EndWithTheProcessorAndComeBackWithIt) {
     EXPECT_EQ(instance.value(feedback), 0.25);
 }
 
-// Its ticks' work goes on without the host's run loop.
+// The work of its ticks goes on without the host's run loop.
 TEST_F(Notices, EndWithTheControllerWhileTheProcessorPlaysOn) {
-    TestInstance instance(module, {.runLoop = true});
-    instance.start();
-    TestChanges press;
-    press.add(instance.find("Random Model"), 1.0);
-    const std::string before = save(instance);
-    instance.controller()->terminate();
-    EXPECT_EQ(instance.context.loop.timers(), 0u);
-    play(instance, 512, &press);
-    EXPECT_TRUE(eventually([&] { return save(instance) != before; }));
-    EXPECT_EQ(callsOf(instance), Calls());
+    for (const bool terminates : {true, false}) {
+        SCOPED_TRACE(terminates ? "terminated" : "taken by another processor");
+        TestInstance other(module, {.connection = Connection::None});
+        TestInstance instance(module, {.runLoop = true});
+        instance.start();
+        TestChanges press;
+        press.add(instance.find("Random Model"), 1.0);
+        const std::string before = save(instance);
+        if (terminates) {
+            instance.controller()->terminate();
+            EXPECT_EQ(instance.context.loop.timers(), 0u);
+        } else {
+            const FUnknownPtr<IConnectionPoint> taker(other.component());
+            taker->connect(instance.controllerAs<IConnectionPoint>());
+        }
+        play(instance, 512, &press);
+        EXPECT_TRUE(eventually([&] { return save(instance) != before; }));
+        EXPECT_EQ(callsOf(instance), Calls());
+    }
 }
