@@ -77,8 +77,7 @@ tresult AM_VST3_Processor::process4102(ProcessData& data) {
         return kResultFalse;
     }
     AM_FlushDenormals flush;
-    // A host without an output has its thread's control word changed for good; hosts have come to
-    // live with it.
+    // Without an output the bits stay set: such a call returns at once.
     if (!AM_VST3_guarded("process", true, [&] { return runProcess(data); })) flush.leave();
     return kResultOk;
 }
