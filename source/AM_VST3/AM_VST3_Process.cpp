@@ -87,8 +87,8 @@ bool AM_VST3_Processor::runProcess(ProcessData& data) {
     const i32 frames = std::max(data.numSamples, 0);
     if (data.inputParameterChanges) takeParameters(*data.inputParameterChanges, frames);
     if (data.inputEvents) takeEvents(*data.inputEvents, frames);
-    takeTransport(data.processContext, frames);
     if (frames > 0) {
+        takeTransport(data.processContext, frames);
         AM_runRefreshCounters(*audioMan->getBlockContext(), voiceCountRef && *voiceCountRef < 1);
         if (numChannels(data.outputs, data.numOutputs) < 1) return false;
         runBlock(data);
