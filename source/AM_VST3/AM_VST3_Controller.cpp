@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 using Steinberg::IBStream;
 using Steinberg::int32;
@@ -34,6 +35,19 @@ AM_VST3_Controller::~AM_VST3_Controller() {
         deleteTemporary();
         return 0;
     });
+}
+
+Steinberg::uint32 PLUGIN_API AM_VST3_Controller::addRef() {
+    return static_cast<Steinberg::uint32>(references.fetch_add(1, std::memory_order_relaxed) + 1);
+}
+
+Steinberg::uint32 PLUGIN_API AM_VST3_Controller::release() {
+    const i32 left = references.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (left == 0) {
+        references = std::numeric_limits<i32>::max() / 2; // the timer may call until it is stopped
+        delete this;
+    }
+    return static_cast<Steinberg::uint32>(left);
 }
 
 AM_VST3_ControllervlGM::AM_VST3_ControllervlGM() : AM_VST3_Controller(k_glassmereId) {

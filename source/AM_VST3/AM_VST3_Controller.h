@@ -8,6 +8,7 @@
 #include "pluginterfaces/vst/ivstmidicontrollers.h"
 #include "public.sdk/source/vst/vsteditcontroller.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -73,7 +74,10 @@ public:
     DEFINE_INTERFACES
     DEF_INTERFACE(Steinberg::Vst::IMidiMapping)
     END_DEFINE_INTERFACES(Steinberg::Vst::EditControllerEx1)
-    REFCOUNT_METHODS(Steinberg::Vst::EditControllerEx1)
+    // The timer thread keeps the controller while it calls the host, and the count of the SDK's
+    // objects is not made for two threads.
+    Steinberg::uint32 PLUGIN_API addRef() override;
+    Steinberg::uint32 PLUGIN_API release() override;
 
 private:
     void managerGone() override;
@@ -98,6 +102,7 @@ private:
     void addMidiParameters();
     void addPrograms();
 
+    std::atomic<i32> references{1};
     AM_AudioMan* audioMan = nullptr; // null before initialize and behind the processor's end
     bool ownsAudioMan = false;
     Steinberg::IPlugView* view = nullptr;
