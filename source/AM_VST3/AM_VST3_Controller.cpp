@@ -2,6 +2,7 @@
 
 #include "AM_ParaMan.h"
 #include "AM_VST3_Guard.h"
+#include "AM_VST3_Stream.h"
 #include "AM_VST3_View.h"
 #include "Glassmere_AudioMan.h"
 #include "VelParameter.h"
@@ -125,7 +126,7 @@ tresult PLUGIN_API AM_VST3_Controller::notify(Steinberg::Vst::IMessage* message)
 void AM_VST3_Controller::takeManager(Steinberg::int64 address) {
     const AM_VST3_Managers::Link link = AM_VST3_Managers::connect(address, this);
     if (!link.manager) {
-        AM_Log("WARNING: no AudioMan at %X", static_cast<u64>(address));
+        AM_Log("WARNING: no AudioMan at %X", static_cast<u32>(address));
         return;
     }
     if (audioMan != link.manager) leaveManager();
@@ -136,7 +137,7 @@ void AM_VST3_Controller::takeManager(Steinberg::int64 address) {
         audioMan = link.manager;
         notices = link.notices;
     }
-    AM_Log("Set AudioMan to %X", static_cast<u64>(address));
+    AM_Log("Set AudioMan to %X", static_cast<u32>(address));
     audioMan->setRunsOnHostLoop(mainLoop.runsOnHost());
     audioMan->setHostCallback(&AM_VST3_Notices::receive, notices.get());
     // What a host has read of the temporary one may not hold any more.
@@ -261,12 +262,25 @@ bool AM_VST3_Controller::takeValues() {
 
 // --- IEditController --------------------------------------------------------------------------
 
-tresult PLUGIN_API AM_VST3_Controller::setComponentState(IBStream*) {
+tresult PLUGIN_API AM_VST3_Controller::setComponentState(IBStream* state) {
     AM_Log("setComponentState called on controller");
-    return AM_VST3_guarded("setComponentState", kResultOk, [this]() -> tresult {
+    return AM_VST3_guarded("setComponentState", kResultOk, [&]() -> tresult {
+        const bool isAlone = !audioMan || ownsAudioMan;
+        if (isAlone && state) readAlone(*state);
         takeValues();
         return kResultOk;
     });
+}
+
+// Without the processor's manager the temporary one stands in for it.
+void AM_VST3_Controller::readAlone(IBStream& state) {
+    std::string text;
+    if (parameters.getParameterCount() == 0 || !AM_VST3_readState(state, &text)) return;
+    if (!audioMan) {
+        createTemporary();
+        ownsAudioMan = true;
+    }
+    audioMan->setStateInfo(text.data(), static_cast<i32>(text.size()), true);
 }
 
 tresult PLUGIN_API AM_VST3_Controller::setState(IBStream*) {

@@ -32,8 +32,8 @@ public:
     Steinberg::tresult PLUGIN_API notify(Steinberg::Vst::IMessage* message) override;
 
     // --- IEditController --------------------------------------------------------------------
-    // The manager holds the state already, so the stream is not read; the parameters take its
-    // values.
+    // The parameters take the values of the processor's manager, which holds the state already; the
+    // stream is only read by a controller that is not connected to one.
     Steinberg::tresult PLUGIN_API setComponentState(Steinberg::IBStream* state) override;
     // All about a preset is in the processor's state: nothing is read or written.
     Steinberg::tresult PLUGIN_API setState(Steinberg::IBStream* state) override;
@@ -86,6 +86,7 @@ private:
     // --- AM_VST3_Controller.cpp
     void createTemporary();
     void deleteTemporary();
+    void readAlone(Steinberg::IBStream& state);
     void takeManager(Steinberg::int64 address);
     void leaveManager();
     bool takeValues();

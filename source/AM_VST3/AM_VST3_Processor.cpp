@@ -163,7 +163,7 @@ void AM_VST3_Processor::sendPointerIfWanted() {
 
 bool AM_VST3_Processor::sendPointer() {
     const i64 address = reinterpret_cast<i64>(audioMan.get());
-    AM_Log("Sending pointer to GUI message via VST3... %X", static_cast<u64>(address));
+    AM_Log("Sending pointer to GUI message via VST3... %X", static_cast<u32>(address));
     const Steinberg::IPtr<IMessage> message = Steinberg::owned(allocateMessage());
     Steinberg::Vst::IAttributeList* attributes = message ? message->getAttributes() : nullptr;
     if (!attributes) {

@@ -200,7 +200,8 @@ TEST_F(Notices, ReachControllersThatAreConnectedLate) {
     instance.context.refuseMessages(true);
     connect(instance);
     instance.start();
-    instance.load({state, ""});
+    TestStream stream(state);
+    EXPECT_EQ(instance.component()->setState(&stream), kResultOk);
     EXPECT_EQ(instance.value(feedback), before) << "of a manager of its own";
     EXPECT_EQ(save(instance), state);
     const u32 asked = instance.context.messagesAsked();
@@ -246,7 +247,7 @@ TEST_F(Notices, ComeFromNoForgedAddress) {
     TestStream stream(state);
     instance.controller()->setParamNormalized(instance.find("Feedback"), 0.5);
     EXPECT_EQ(instance.controller()->setComponentState(&stream), kResultOk);
-    EXPECT_EQ(instance.value(instance.find("Feedback")), 0.5);
+    EXPECT_EQ(instance.value(instance.find("Feedback")), 0.25) << "read from the stream";
 }
 
 TEST_F(Notices, EndWithTheProcessorAndComeBackWithIt) {
