@@ -79,6 +79,7 @@ void AM_VST3_Controller::createTemporary() {
     AM_Log("AudioMan IS NULL IN VST3 CONTROLLER., Creating temporary.");
     auto manager = std::make_unique<Glassmere_AudioMan>(plugId);
     manager->initialize();
+    const std::lock_guard lock(stateMutex);
     audioMan = manager.release();
 }
 
