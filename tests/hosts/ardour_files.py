@@ -192,9 +192,9 @@ def single(value):
 
 
 def points(frames, block):
-    """A swell and some jumps of Feedback. First as the host's points, each in the middle of a block:
-    a plug-in hears of the block's last value at its start. Then as a controller's positions at the
-    starts of these blocks, in the renderer's file."""
+    """A swell and some jumps of Feedback. First as the host's points, each in the middle of a
+    block: a plug-in hears of the block's last value at its start. Then as a controller's positions
+    at the starts of these blocks, in the renderer's file."""
     frames, block = int(frames), int(block)
     host, renderer = [], []
     for step in range(24):
