@@ -143,7 +143,7 @@ void AM_AudioObject::storeText(char*& target, const void* text) {
 }
 
 void AM_AudioObject::describe(AM_ObjectDescription& record) const {
-    const bool hasShort = std::memchr(objectName, ':', 8) != nullptr;
+    const bool hasShort = std::memchr(objectName, ':', strnlen(objectName, 8)) != nullptr;
     AM_STD::copyText(record.shortName, shortName);
     AM_STD::copyText(record.longName, hasShort ? getLongName() : objectName);
     record.objectId = objectId;

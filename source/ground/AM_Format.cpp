@@ -119,8 +119,8 @@ void ItoX(TextOutput& target, u64 value, bool upperCase) {
     const auto length = static_cast<size_t>(end - text);
     if (length > 8) AM_Log("ItoX unusual long - %d", length);
     if (upperCase)
-        for (char& digit : text)
-            if (digit >= 'a' && digit <= 'f') digit = static_cast<char>(digit - 'a' + 'A');
+        for (char* digit = text; digit != end; ++digit)
+            if (*digit >= 'a') *digit = static_cast<char>(*digit - 'a' + 'A');
     emit(target, text, length);
 }
 
