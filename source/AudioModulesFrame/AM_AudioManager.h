@@ -178,7 +178,8 @@ public:
     // The host's bypass: switches the first bypassable module, with its fade. Without one, blocks
     // leave the host's buffers as they are.
     virtual void setBypass(bool on);
-    // The flat id of the row that setBypass switches, 1 for active; -1 if there is none. Any thread.
+    // The flat id of the row that setBypass switches, 1 for active; -1 if there is none. Any
+    // thread.
     i32 getBypassParameter() const;
     // The latency in frames as the host shall compensate it.
     i32 getLatency() const { return pluginInfo.latency.load(std::memory_order_relaxed); }
@@ -342,13 +343,14 @@ private:
     void runCircuit(i32 frames, i32 framesLeft);
     void endSubBlock();
     void endBlock(i32 numMeters);
-    void publishMeters();
+    void publishMeters(i32 numMeters);
     void resetAfterStateChange();
     void roundToQuads();
     void readAligned(i32 first, i32 frames);
     void silenceOutputs();
     void silenceChannel(i32 channel, i32 first, i32 frames);
     i32 busChannels(i32 wanted) const;
+    bool busIsSilent(i32 channels) const;
     f32* bus(i32 channel) const { return context->audioBuffer + channel * k_subBlockFrames; }
 
     // Keeps the log's writer alive; the first to come and the last to go.
@@ -394,6 +396,9 @@ private:
     std::atomic<bool> blockRunning{false};
     bool insideBlock = false;
     bool lastPathAligned = false;
+    i32 numMetersShown = k_maxChannels; // channels whose levels the block before told
+    bool inputSilent = false; // in this block
+    bool busCleared = false;  // by the block before, which was all silent
     bool stateChanged = false; // seen at the start of a sub-block
     i32 resetCount = 0;
     AM_CarryBuffer carry;

@@ -3,6 +3,7 @@
 #include "AM_AudioThread.h"
 #include "AM_Circuit.h"
 #include "AM_ParaMan.h"
+#include "AM_Silence.h"
 #include "AM_StopWatch.h"
 #include "AM_SwingClock.h"
 
@@ -109,6 +110,13 @@ void AM_AudioMan::processWithCarry() {
     f32* const* sideChains = hasSideChain ? context->sideChains : nullptr;
     const i32 used = hasSideChain ? 2 * channels : channels;
 
+    // The buses behind the host's channels begin each sub-block at zero, if a module has its place
+    // there.
+    const bool innerBuses = circuit->getNumBusChannels() > used;
+    // Silence in, and nothing that waits: as long as no module makes a sound, no sample is touched.
+    bool still = inputSilent && !hasSideChain && carry.isSilent() && !innerBuses;
+    if (still && !busCleared) std::fill(bus(0), bus(context->numBusChannels), 0.0f);
+
     i32 done = 0;
     // The frames that wait from the blocks before are processed first.
     const i32 waiting = carry.getPendingInput();
@@ -116,23 +124,40 @@ void AM_AudioMan::processWithCarry() {
     while (const i32 frames = carry.nextSubBlock()) {
         const i32 direct = carry.directFrames();
         beginSubBlock(frames);
-        carry.readInput(context->inputs, sideChains, context->audioBuffer);
-        std::fill(bus(used), bus(context->numBusChannels), 0.0f);
+        if (still) {
+            carry.skipInput();
+        } else {
+            carry.readInput(context->inputs, sideChains, context->audioBuffer);
+            if (innerBuses) std::fill(bus(used), bus(context->numBusChannels), 0.0f);
+        }
         dispatchEvents(done - waiting, done - waiting + frames);
         runCircuit(frames, context->numFrames - done - frames);
-        for (i32 c = 0; c < channels; ++c)
-            AM_cleanNotNormal(bus(c), frames);
-        outputGain.apply(context->audioBuffer, channels, k_subBlockFrames, direct, frames - direct);
-        carry.writeOutput(context->audioBuffer, routes);
+        still = still && busIsSilent(channels);
+        if (still) {
+            outputGain.pass(direct);
+            carry.writeSilence(routes);
+        } else {
+            for (i32 c = 0; c < channels; ++c)
+                AM_cleanNotNormal(bus(c), frames);
+            outputGain.apply(context->audioBuffer, channels, k_subBlockFrames, direct,
+                             frames - direct);
+            carry.writeOutput(context->audioBuffer, routes);
+        }
         endSubBlock();
         done += frames;
     }
+    busCleared = still;
     carry.endBlock(context->inputs, sideChains, routes);
     endBlock(channels);
 }
 
+bool AM_AudioMan::busIsSilent(i32 channels) const {
+    return AM_isSilent(bus(0), channels * k_subBlockFrames);
+}
+
 void AM_AudioMan::processAligned() {
     lastPathAligned = true;
+    busCleared = false;
     roundToQuads();
     const i32 numMeters = k_maxChannels;
     beginBlock(numMeters);
@@ -197,7 +222,8 @@ i32 AM_AudioMan::busChannels(i32 wanted) const {
 
 void AM_AudioMan::beginBlock(i32 numMeters) {
     stopWatch->start(context->numFrames, context->sampleRateD);
-    inputMeter.measure(context->inputs, numMeters, context->numFrames, context->samplePeriod);
+    inputSilent =
+        inputMeter.measure(context->inputs, numMeters, context->numFrames, context->samplePeriod);
     transport.beginBlock(*context);
     if (context->bpm < 10 && context->renderMode != 1 && slowTempoLogged.first())
         AM_Log("bpm < 10.0 - %f", context->bpm);
@@ -243,8 +269,12 @@ void AM_AudioMan::endBlock(i32 numMeters) {
     outputGain.endBlock();
     midiActivity *= 0.97f;
     carryEvents(context->numFrames);
-    outputMeter.measure(context->outputs, numMeters, context->numFrames, context->samplePeriod);
-    publishMeters();
+    if (busCleared)
+        outputMeter.measureSilence(context->outputs, numMeters, context->numFrames,
+                                   context->samplePeriod);
+    else
+        outputMeter.measure(context->outputs, numMeters, context->numFrames, context->samplePeriod);
+    publishMeters(numMeters);
     paraMan->blockEnded(context->numFrames);
     blockRunning = false;
     resetAfterStateChange();
@@ -252,7 +282,7 @@ void AM_AudioMan::endBlock(i32 numMeters) {
     paraMan->setCpuLoad(stopWatch->getUsage());
 }
 
-void AM_AudioMan::publishMeters() {
+void AM_AudioMan::publishMeters(i32 numMeters) {
     const std::pair<AM_StandardRow, f32> meters[] = {
         {k_rowInputVU, inputMeter.rmsDecibels()},
         {k_rowInputPeak, inputMeter.peakDecibels()},
@@ -263,10 +293,11 @@ void AM_AudioMan::publishMeters() {
     };
     for (const auto& [row, value] : meters)
         paraMan->setMeter(row, value);
-    for (i32 c = 0; c < k_maxChannels; ++c) {
+    for (i32 c = 0; c < std::max(numMeters, numMetersShown); ++c) {
         paraMan->setChannelLevel(0, c, inputMeter.channelRms(c));
         paraMan->setChannelLevel(1, c, outputMeter.channelRms(c));
     }
+    numMetersShown = numMeters;
 }
 
 // A block that overlapped the load of a state leaves nothing of the old one to be heard.

@@ -1,6 +1,7 @@
 #include "AM_CarryBuffer.h"
 
 #include "AM_Assert.h"
+#include "AM_Silence.h"
 #include "BlockContext.h"
 
 #include <algorithm>
@@ -86,6 +87,24 @@ void AM_CarryBuffer::writeOutput(const f32* bus, const AM_OutputRoutes& routes) 
     pendingOutput = subBlock - direct;
     for (i32 c = 0; c < numChannels; ++c)
         std::copy_n(bus + c * k_subBlockFrames + direct, pendingOutput, outputCarry(c));
+}
+
+bool AM_CarryBuffer::isSilent() const {
+    return AM_isSilent(memory, memoryFloats(numChannels));
+}
+
+void AM_CarryBuffer::skipInput() {
+    inputDone += subBlock - pendingInput;
+    pendingInput = std::min(k_latency, blockFrames - inputDone);
+    inputDone += pendingInput;
+}
+
+void AM_CarryBuffer::writeSilence(const AM_OutputRoutes& routes) {
+    const i32 direct = directFrames();
+    const i32 waiting = outputDone == 0 ? pendingOutput : 0;
+    routes.writeSilence(outputDone, waiting + direct);
+    outputDone += waiting + direct;
+    pendingOutput = subBlock - direct;
 }
 
 void AM_CarryBuffer::sendCarried(const AM_OutputRoutes& routes, i32 count) {

@@ -44,6 +44,14 @@ public:
     // Sends waiting frames and the sub-block to the host and keeps what does not fit. The gain is
     // applied already.
     void writeOutput(const f32* bus, const AM_OutputRoutes& routes);
+    // --- for blocks without a signal: in place of the three above ------------------------
+    // True if all that waits is digital silence.
+    bool isSilent() const;
+    // Counts the input of the sub-block, which is silent, as read.
+    void skipInput();
+    // Counts the sub-block, which is silent, as sent; the host gets zeros. Nothing that waits
+    // changes.
+    void writeSilence(const AM_OutputRoutes& routes);
     // Keeps the input frames that were not used and fills what the host has still room for.
     void endBlock(const f32* const* inputs, const f32* const* sideChains,
                   const AM_OutputRoutes& routes);

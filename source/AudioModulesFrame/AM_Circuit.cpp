@@ -199,6 +199,15 @@ i32 AM_CircuitObject::getBypassRow(i32 n) const {
     return n >= 0 && n < numBypassable && firstBypassRow >= 0 ? firstBypassRow + n : -1;
 }
 
+i32 AM_CircuitObject::getNumBusChannels() const {
+    i32 highest = 0;
+    for (i32 s = 0; s < numSlots && modData; ++s) {
+        const CircuitModule& slot = params().slots[s];
+        highest = std::max(highest, std::max(slot.firstInput, slot.firstOutput) + slot.channels);
+    }
+    return highest;
+}
+
 void* AM_CircuitObject::getParameterPointer(i32 index) {
     if (!modData || !getParameterInfo(index)) return nullptr;
     AM_CircuitParams& p = params();

@@ -88,6 +88,8 @@ public:
     i32 getNumBypassable() const { return numBypassable; }
     // Index of the bypass row of the n-th bypassable module, -1 if there is none.
     i32 getBypassRow(i32 n) const;
+    // The channels of the bus that any module has its place on, counted from 0.
+    i32 getNumBusChannels() const;
     // Percent. Audio thread or under stateLock.
     f32 getOutput() const { return modData ? params().output : 100.0f; }
     AM_ModTargets& getModTargets() { return modTargets; }

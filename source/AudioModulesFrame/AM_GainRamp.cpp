@@ -17,19 +17,31 @@ void AM_GainRamp::beginBlock(f32 newTarget, i32 frames) {
 }
 
 void AM_GainRamp::apply(f32* samples, i32 numChannels, i32 stride, i32 ramped, i32 held) {
+    // At unity there is nothing to multiply.
+    if (step == 0 && gain == 1.0f) return pass(ramped);
     f32 reached = gain;
     for (i32 c = 0; c < numChannels; ++c) {
         f32* channel = samples + c * stride;
         f32 g = gain;
-        for (i32 i = 0; i < ramped; ++i) {
-            g += step;
-            channel[i] *= g;
-        }
+        if (step == 0)
+            for (i32 i = 0; i < ramped; ++i)
+                channel[i] *= g;
+        else
+            for (i32 i = 0; i < ramped; ++i) {
+                g += step;
+                channel[i] *= g;
+            }
         for (i32 i = ramped; i < ramped + held; ++i)
             channel[i] *= g;
         reached = g;
     }
     gain = reached;
+    stepsLeft -= ramped;
+}
+
+void AM_GainRamp::pass(i32 ramped) {
+    for (i32 i = 0; i < ramped && step != 0; ++i)
+        gain += step;
     stepsLeft -= ramped;
 }
 

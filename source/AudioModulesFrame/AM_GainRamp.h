@@ -16,6 +16,8 @@ public:
     // Multiplies `ramped` frames of each of `numChannels` channels (`stride` floats apart) with the
     // ramp, and the `held` frames behind them with the gain then reached.
     void apply(f32* samples, i32 numChannels, i32 stride, i32 ramped, i32 held);
+    // The same for channels of zeros.
+    void pass(i32 ramped);
     // Keeps the gain for the next block; it is the target itself if every frame took its step.
     void endBlock();
 

@@ -1,9 +1,14 @@
 #include "AM_LevelMeter.h"
 
+#include "AM_Silence.h"
+
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
+
+#include <emmintrin.h>
 
 namespace {
 
@@ -16,6 +21,69 @@ f32 settle(f64 value) {
     return value > k_largest ? k_largest : static_cast<f32>(value);
 }
 
+constexpr f32 k_peakDecay = 0.999f; // a sample
+constexpr i32 k_piece = 32;
+
+// What the decay leaves of 1 after 31, 30 ... 0 samples.
+constexpr std::array<f32, k_piece> k_weights = [] {
+    std::array<f32, k_piece> weights{};
+    f32 value = 1;
+    for (i32 i = k_piece - 1; i >= 0; --i, value *= k_peakDecay)
+        weights[static_cast<size_t>(i)] = value;
+    return weights;
+}();
+constexpr f32 k_pieceDecay = k_weights[0] * k_peakDecay;
+
+// What a channel holds of a block.
+struct Piece {
+    __m128d squares[2] = {_mm_setzero_pd(),
+                          _mm_setzero_pd()}; // in f64, so that no square overflows
+    f32 peak;
+
+    // Adds 4, 8 ... 32 samples. Of the peak, each is left what the samples behind it let stand.
+    void add(const f32* samples, i32 count) {
+        const f32* weights = k_weights.data() + k_piece - count;
+        const __m128 signs = _mm_set1_ps(-0.0f);
+        const __m128 largest = _mm_set1_ps(k_largest);
+        __m128 high = _mm_setzero_ps();
+        for (i32 i = 0; i < count; i += 4) {
+            __m128 x = _mm_andnot_ps(signs, _mm_loadu_ps(samples + i));
+            x = _mm_and_ps(x, _mm_cmple_ps(x, largest));
+            high = _mm_max_ps(high, _mm_mul_ps(x, _mm_loadu_ps(weights + i)));
+            const __m128d first = _mm_cvtps_pd(x);
+            const __m128d second = _mm_cvtps_pd(_mm_movehl_ps(x, x));
+            squares[0] = _mm_add_pd(squares[0], _mm_mul_pd(first, first));
+            squares[1] = _mm_add_pd(squares[1], _mm_mul_pd(second, second));
+        }
+        alignas(16) f32 lanes[4];
+        _mm_store_ps(lanes, high);
+        peak = std::max(peak * (weights[0] * k_peakDecay), *std::max_element(lanes, lanes + 4));
+    }
+    void addAll(const f32* samples, i32 count) {
+        const i32 whole = count & ~3;
+        for (i32 first = 0; first < whole; first += k_piece)
+            add(samples + first, std::min(k_piece, whole - first));
+        for (i32 i = whole; i < count; ++i) {
+            const f32 magnitude = std::fabs(samples[i]);
+            const f32 x = magnitude <= k_largest ? magnitude : 0.0f;
+            peak = std::max(peak * k_peakDecay, x);
+            squares[0] = _mm_add_sd(squares[0], _mm_set_sd(static_cast<f64>(x) * x));
+        }
+    }
+    void addSilence(i32 count) {
+        if (peak == 0) return;
+        for (; count >= k_piece; count -= k_piece)
+            peak *= k_pieceDecay;
+        for (; count > 0; --count)
+            peak *= k_peakDecay;
+    }
+    f64 sum() const {
+        alignas(16) f64 lanes[2];
+        _mm_store_pd(lanes, _mm_add_pd(squares[0], squares[1]));
+        return lanes[0] + lanes[1];
+    }
+};
+
 } // namespace
 
 f32 AM_fastDecibels(f32 magnitude) {
@@ -26,14 +94,26 @@ f32 AM_fastDecibels(f32 magnitude) {
     return (exponent + (2.0f - mantissa / 3.0f) * mantissa - 2.0f / 3.0f) * 6.0377364f;
 }
 
-void AM_LevelMeter::measure(const f32* const* channels, i32 numChannels, i32 numFrames,
+bool AM_LevelMeter::measure(const f32* const* channels, i32 numChannels, i32 numFrames,
                             f64 samplePeriod) {
-    if (numFrames < 1) return;
+    return measureAll(channels, numChannels, numFrames, samplePeriod, false);
+}
+
+void AM_LevelMeter::measureSilence(const f32* const* channels, i32 numChannels, i32 numFrames,
+                                   f64 samplePeriod) {
+    measureAll(channels, numChannels, numFrames, samplePeriod, true);
+}
+
+bool AM_LevelMeter::measureAll(const f32* const* channels, i32 numChannels, i32 numFrames,
+                               f64 samplePeriod, bool knownSilent) {
+    if (numFrames < 1) return true;
+    bool silent = true;
     f32 highestRms = 0;
     f32 highestPeak = 0;
-    for (i32 c = 0; c < k_maxChannels; ++c) {
+    // Channels beyond those that have been in use stay not connected.
+    for (i32 c = 0; c < std::max(numChannels, numMeasured); ++c) {
         if (c < numChannels && channels[c]) {
-            measureChannel(c, channels[c], numFrames);
+            silent &= measureChannel(c, channels[c], numFrames, knownSilent);
         } else {
             rms[c].store(-1.0f, std::memory_order_relaxed);
             peak[c] = 0;
@@ -41,25 +121,27 @@ void AM_LevelMeter::measure(const f32* const* channels, i32 numChannels, i32 num
         highestRms = std::max(highestRms, channelRms(c));
         highestPeak = std::max(highestPeak, peak[c]);
     }
+    numMeasured = numChannels;
     rmsLevel.store(AM_fastDecibels(highestRms), std::memory_order_relaxed);
     peakLevel.store(AM_fastDecibels(highestPeak), std::memory_order_relaxed);
     hold(highestPeak, numFrames * samplePeriod);
+    return silent;
 }
 
-void AM_LevelMeter::measureChannel(i32 channel, const f32* samples, i32 numFrames) {
-    f32 p = peak[channel];
-    f64 sum = 0; // in f64, so that the square of no finite sample overflows
-    for (i32 i = 0; i < numFrames; ++i) {
-        const f32 magnitude = std::fabs(samples[i]);
-        const f32 x = magnitude <= k_largest ? magnitude : 0.0f;
-        p *= 0.999f;
-        p = std::max(p, x);
-        sum += static_cast<f64>(x) * x;
-    }
-    peak[channel] = settle(p);
+bool AM_LevelMeter::measureChannel(i32 channel, const f32* samples, i32 numFrames,
+                                   bool knownSilent) {
+    Piece piece;
+    piece.peak = peak[channel];
+    const bool silent = knownSilent || AM_isSilent(samples, numFrames);
+    if (silent)
+        piece.addSilence(numFrames);
+    else
+        piece.addAll(samples, numFrames);
+    peak[channel] = settle(piece.peak);
     const f64 before = std::max(channelRms(channel), 0.0f);
-    rms[channel].store(settle(std::sqrt(sum * 0.03 / numFrames) + before * 0.93),
+    rms[channel].store(settle(std::sqrt(piece.sum() * 0.03 / numFrames) + before * 0.93),
                        std::memory_order_relaxed);
+    return silent;
 }
 
 void AM_LevelMeter::hold(f32 newPeak, f64 seconds) {

@@ -12,9 +12,13 @@ f32 AM_fastDecibels(f32 magnitude);
 class AM_LevelMeter {
 public:
     // Takes one block of `numFrames` frames (1 or more): `channels` are 16 pointers of which those
-    // from `numChannels` on count as not connected. Samples that are not finite count as 0.
-    // `samplePeriod` in seconds runs the time of the held peak.
-    void measure(const f32* const* channels, i32 numChannels, i32 numFrames, f64 samplePeriod);
+    // from `numChannels` (at most 16) on count as not connected. Samples that are not finite count
+    // as 0. `samplePeriod` in seconds runs the time of the held peak. True if all of it is digital
+    // silence.
+    bool measure(const f32* const* channels, i32 numChannels, i32 numFrames, f64 samplePeriod);
+    // The same of channels that are known to be silent.
+    void measureSilence(const f32* const* channels, i32 numChannels, i32 numFrames,
+                        f64 samplePeriod);
 
     // The highest of all channels in dB, -120 for none.
     f32 rmsDecibels() const { return rmsLevel.load(std::memory_order_relaxed); }
@@ -29,7 +33,9 @@ public:
     }
 
 private:
-    void measureChannel(i32 channel, const f32* samples, i32 numFrames);
+    bool measureAll(const f32* const* channels, i32 numChannels, i32 numFrames, f64 samplePeriod,
+                    bool knownSilent);
+    bool measureChannel(i32 channel, const f32* samples, i32 numFrames, bool knownSilent);
     void hold(f32 newPeak, f64 seconds);
 
     std::atomic<f32> rms[k_maxChannels] = {};
@@ -38,4 +44,5 @@ private:
     std::atomic<f32> peakLevel{-120.0f};
     std::atomic<f32> held{0.0f};
     f64 heldTime = 0;
+    i32 numMeasured = k_maxChannels; // channels of the block before
 };

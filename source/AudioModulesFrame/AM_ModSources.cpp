@@ -6,11 +6,13 @@
 void AM_ModSources::attach(State* newState, f32* newBuffers) {
     state = newState;
     buffers = newBuffers;
+    resting = false;
 }
 
 void AM_ModSources::setTarget(i32 source, f32 value) {
     if (!state || source < 0 || source >= k_count || !std::isfinite(value)) return;
     state->target[source] = value;
+    resting = false;
     if (source == k_breath) state->step[source] = 0;
 }
 
@@ -28,6 +30,7 @@ void AM_ModSources::run(const BlockContext& context, i32 start, i32 numQuads, bo
     state->lastQuads = numQuads;
     state->lastStart = start;
     state->sampleRate = context.sampleRateD;
+    if (resting && !synchronous) return;
     if (synchronous && context.quadCounter / 4 != period) {
         period = context.quadCounter / 4;
         for (i32 s = 0; s < k_count; ++s) {
@@ -38,6 +41,9 @@ void AM_ModSources::run(const BlockContext& context, i32 start, i32 numQuads, bo
     for (i32 s = 0; s < k_count; ++s)
         runSource(context, s, numQuads, synchronous ? pipeline[s][3] : state->target[s],
                   synchronous);
+    resting = true;
+    for (i32 s = 0; s < k_count; ++s)
+        resting &= filled[s] && state->current[s] == state->target[s];
 }
 
 void AM_ModSources::runSource(const BlockContext& context, i32 source, i32 numQuads, f32 target,

@@ -48,4 +48,5 @@ private:
     f32 pipeline[k_count][4] = {}; // newest first
     // The buffer holds nothing but `current`, so it need not be written again.
     bool filled[k_count] = {true, true, true, true};
+    bool resting = false; // all of them, so there is nothing to run
 };

@@ -39,10 +39,17 @@ void AM_OutputRoutes::write(const f32* source, i32 stride, i32 first, i32 count)
         if (adds[c])
             for (i32 i = 0; i < count; ++i)
                 to[i] += from[i] * factor;
+        else if (factor == 1.0f)
+            std::copy_n(from, count, to);
         else
             for (i32 i = 0; i < count; ++i)
                 to[i] = from[i] * factor;
     }
+}
+
+void AM_OutputRoutes::writeSilence(i32 first, i32 count) const {
+    for (i32 c = 0; c < numRoutes; ++c)
+        if (target[c] && !adds[c]) std::fill_n(target[c] + first, count, 0.0f);
 }
 
 void AM_cleanNonFinite(f32* samples, i32 count) {

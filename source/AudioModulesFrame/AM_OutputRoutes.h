@@ -15,6 +15,8 @@ public:
     // Writes `count` frames of each channel, which lies at `source + c * stride`, from the host's
     // frame `first` on.
     void write(const f32* source, i32 stride, i32 first, i32 count) const;
+    // The same for channels of zeros.
+    void writeSilence(i32 first, i32 count) const;
 
 private:
     void finish();
