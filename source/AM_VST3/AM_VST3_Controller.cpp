@@ -9,6 +9,7 @@
 
 #include "pluginterfaces/vst/ivstmessage.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -101,6 +102,7 @@ tresult PLUGIN_API AM_VST3_Controller::terminate() {
         deleteTemporary();
         audioMan = nullptr;
         notices.reset();
+        midiValues.clear();
         return EditControllerEx1::terminate();
     });
 }
@@ -294,10 +296,25 @@ tresult PLUGIN_API AM_VST3_Controller::getState(IBStream*) {
     return kResultOk;
 }
 
+int32 PLUGIN_API AM_VST3_Controller::getParameterCount() {
+    return parameters.getParameterCount() + static_cast<int32>(midiValues.size());
+}
+
 tresult PLUGIN_API AM_VST3_Controller::getParameterInfo(int32 index,
                                                         Steinberg::Vst::ParameterInfo& info) {
-    if (index < 0 || index >= parameters.getParameterCount()) return kInvalidArgument;
-    return EditControllerEx1::getParameterInfo(index, info);
+    if (index < 0 || index >= getParameterCount()) return kInvalidArgument;
+    if (index < numInFront) return EditControllerEx1::getParameterInfo(index, info);
+    const u32 place = static_cast<u32>(index - numInFront);
+    if (place >= midiValues.size())
+        return EditControllerEx1::getParameterInfo(index - static_cast<int32>(midiValues.size()),
+                                                   info);
+    info = midi->getInfo();
+    info.id = k_vst3FirstMidi + place;
+    return kResultOk;
+}
+
+Steinberg::Vst::Parameter* AM_VST3_Controller::getParameterObject(ParamID id) {
+    return isMidi(id) ? midi.get() : EditControllerEx1::getParameterObject(id);
 }
 
 tresult PLUGIN_API AM_VST3_Controller::getParamStringByValue(ParamID id, ParamValue value,
@@ -308,13 +325,18 @@ tresult PLUGIN_API AM_VST3_Controller::getParamStringByValue(ParamID id, ParamVa
 
 ParamValue PLUGIN_API AM_VST3_Controller::getParamNormalized(ParamID id) {
     const std::lock_guard lock(stateMutex);
-    return EditControllerEx1::getParamNormalized(id);
+    return isMidi(id) ? midiValues[id - k_vst3FirstMidi]
+                      : EditControllerEx1::getParamNormalized(id);
 }
 
 tresult PLUGIN_API AM_VST3_Controller::setParamNormalized(ParamID id, ParamValue value) {
     if (!std::isfinite(value)) return kInvalidArgument;
     return AM_VST3_guarded("setParamNormalized", kResultFalse, [&]() -> tresult {
         const std::lock_guard lock(stateMutex);
+        if (isMidi(id)) {
+            midiValues[id - k_vst3FirstMidi] = std::clamp(value, 0.0, 1.0);
+            return kResultOk;
+        }
         const tresult result = EditControllerEx1::setParamNormalized(id, value);
         // Bypass and the module's own switch are one.
         if (bypassRow < 0 || result != kResultOk) return result;

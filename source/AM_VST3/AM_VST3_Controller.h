@@ -11,6 +11,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 // Publishes parameters, units, programs and the MIDI mapping. It works on the processor's audio
 // manager, whose address the message "audioPtr" brings; until then, or without a processor, on
@@ -38,6 +39,7 @@ public:
     // All about a preset is in the processor's state: nothing is read or written.
     Steinberg::tresult PLUGIN_API setState(Steinberg::IBStream* state) override;
     Steinberg::tresult PLUGIN_API getState(Steinberg::IBStream* state) override;
+    Steinberg::int32 PLUGIN_API getParameterCount() override;
     Steinberg::tresult PLUGIN_API getParameterInfo(Steinberg::int32 index,
                                                    Steinberg::Vst::ParameterInfo& info) override;
     Steinberg::tresult PLUGIN_API getParamStringByValue(Steinberg::Vst::ParamID id,
@@ -52,6 +54,8 @@ public:
     Steinberg::IPlugView* PLUGIN_API createView(Steinberg::FIDString name) override;
 
     // --- EditController ------------------------------------------------------------------
+    // The parameters of the MIDI numbers are one object.
+    Steinberg::Vst::Parameter* getParameterObject(Steinberg::Vst::ParamID id) override;
     void editorAttached(Steinberg::Vst::EditorView* editor) override;
     void editorRemoved(Steinberg::Vst::EditorView* editor) override;
     void editorDestroyed(Steinberg::Vst::EditorView* editor) override;
@@ -102,6 +106,9 @@ private:
     void addParameters();
     void addMidiParameters();
     void addPrograms();
+    bool isMidi(Steinberg::Vst::ParamID id) const {
+        return id >= k_vst3FirstMidi && id - k_vst3FirstMidi < midiValues.size();
+    }
 
     std::atomic<i32> references{1};
     AM_AudioMan* audioMan = nullptr; // null before initialize and behind the processor's end
@@ -114,7 +121,12 @@ private:
     std::mutex stateMutex;
     AM_VST3_ParameterMap map;
     i32 bypassRow = -1; // of the parameter table
-    u32 bypassId = 0;   // of that row
+    // The parameters of the MIDI numbers differ in their ids and values only, and there are very
+    // many: `midi` stands for all. They come behind the first `numInFront` of the others.
+    Steinberg::IPtr<Steinberg::Vst::Parameter> midi;
+    std::vector<f64> midiValues;
+    i32 numInFront = 0;
+    u32 bypassId = 0; // of that row
     std::shared_ptr<AM_VST3_Notices> notices;
     AM_VST3_MainLoop mainLoop{*this};
 };

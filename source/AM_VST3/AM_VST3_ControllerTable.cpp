@@ -35,7 +35,7 @@ void AM_VST3_Controller::addUnits() {
 void AM_VST3_Controller::addParameters() {
     AM_ParaMan& table = *audioMan->getParaMan();
     map = AM_VST3_ParameterMap(table);
-    parameters.init(map.size() + k_vst3MidiChannels * k_vst3MidiNumbers + 2);
+    parameters.init(map.size() + 2);
     for (i32 i = 0; i < map.size(); ++i) {
         const ParameterInfo* row = table.row(i);
         parameters.addParameter(new VelParameter(row, row->owner));
@@ -51,10 +51,11 @@ void AM_VST3_Controller::addParameters() {
 
 void AM_VST3_Controller::addMidiParameters() {
     addUnit(new Unit(STR16("midi"), k_vst3MidiUnit, kRootUnitId, k_programList));
-    for (i32 i = 0; i < k_vst3MidiChannels * k_vst3MidiNumbers; ++i)
-        parameters.addParameter(STR16("MidiController"), STR16("Midi"), 0, 0,
-                                Steinberg::Vst::ParameterInfo::kNoFlags,
-                                static_cast<i32>(k_vst3FirstMidi) + i, k_vst3MidiUnit);
+    midi = Steinberg::owned(
+        new Steinberg::Vst::Parameter(STR16("MidiController"), k_vst3FirstMidi, STR16("Midi"), 0, 0,
+                                      Steinberg::Vst::ParameterInfo::kNoFlags, k_vst3MidiUnit));
+    midiValues.assign(k_vst3MidiChannels * k_vst3MidiNumbers, 0);
+    numInFront = parameters.getParameterCount();
     const bool hasBypass = bypassRow >= 0;
     AM_Log("DO WE HAVE A BYPASS? %d", hasBypass);
     if (hasBypass)

@@ -1,6 +1,7 @@
 // What AM_VST3_Processor does on the host's audio thread, in the order in which it is done.
 #include "AM_AudioThread.h"
 #include "AM_FloatControl.h"
+#include "AM_Silence.h"
 #include "AM_TransportClock.h"
 #include "AM_VST3_Processor.h"
 #include "VelParameter.h"
@@ -47,16 +48,19 @@ int32 numChannels(const AudioBusBuffers* buses, int32 numBuses) {
     return buses && numBuses > 0 && buses[0].channelBuffers32 ? buses[0].numChannels : 0;
 }
 
-// Silences the channels of the outputs that the plug-in has no sound for, and says so.
+// Silences the channels of the outputs that the plug-in has no sound for, and says which channels
+// are silent.
 void silenceRest(const ProcessData& data) {
     for (int32 bus = 0; bus < data.numOutputs; ++bus) {
         AudioBusBuffers& out = data.outputs[bus];
-        const int32 first = bus == 0 ? 2 : 0;
+        const int32 playing = bus == 0 ? 2 : 0;
         out.silenceFlags = 0;
-        for (int32 channel = first; channel < out.numChannels; ++channel) {
+        for (int32 channel = 0; channel < out.numChannels; ++channel) {
             f32* samples = out.channelBuffers32 ? out.channelBuffers32[channel] : nullptr;
-            if (samples) std::fill_n(samples, data.numSamples, 0.0f);
-            if (channel < 64) out.silenceFlags |= Steinberg::uint64{1} << channel;
+            if (samples && channel >= playing) std::fill_n(samples, data.numSamples, 0.0f);
+            const bool silent =
+                channel >= playing || (samples && AM_isSilent(samples, data.numSamples));
+            if (silent && channel < 64) out.silenceFlags |= Steinberg::uint64{1} << channel;
         }
     }
 }
