@@ -112,16 +112,18 @@ i32 AM_CollisionLaws::search(AM_ModelGenerator& generator, Range range, u32& cou
     for (i32 draws = 0; draws < k_maxDraws && count / patience < cost; ++draws) {
         d = drawInt(generator, range.lo, range.hi);
         if (marks[d] != 0) continue;
-        cost = costOf(d);
         ++count;
         ++tests;
+        cost = costOf(d, count / patience);
     }
     return d;
 }
 
+// What is kept of a sum that was broken off is less than the sum, so it serves as long as the limit
+// stays below it.
 template <class Sum>
-u32 AM_CollisionLaws::sumOnce(i32 d, Sum sumOf) {
-    if (sums[d] == k_noSum) sums[d] = sumOf();
+u32 AM_CollisionLaws::sumOnce(i32 d, u32 limit, Sum sumOf) {
+    if (sums[d] == k_noSum || sums[d] <= limit) sums[d] = sumOf();
     return sums[d];
 }
 
@@ -132,22 +134,26 @@ u32 AM_CollisionLaws::firstOrder(AM_ModelGenerator& generator, Range range,
     for (i32& length : lengths) {
         std::fill(sums.begin(), sums.end(), k_noSum);
         u32 attempts = 0;
-        length = search(generator, range, attempts, 5, tests,
-                        [&](i32 d) { return sumOnce(d, [&] { return sumOfMultiples(d); }); });
+        length = search(generator, range, attempts, 5, tests, [&](i32 d, u32 limit) {
+            return sumOnce(d, limit, [&] { return sumOfMultiples(d); });
+        });
         for (i32 m = length; m < k_tableSize; m += length)
             raise(marks[m], 0xffff);
     }
     return tests;
 }
 
-u32 AM_CollisionLaws::sumOfPairs(i32 d, const i32* earlier, i32 count) const {
+// Both series of a pair go by the same step, so they are walked together. Breaks off once the sum
+// is beyond the limit: by how much does not matter.
+u32 AM_CollisionLaws::sumOfPairs(i32 d, const i32* earlier, i32 count, u32 limit) const {
     u32 sum = 0;
-    for (i32 j = 0; j < count; ++j) {
+    for (i32 j = 0; j < count && sum <= limit; ++j) {
         const i32 step = d + earlier[j];
-        for (i32 m = d; m < k_secondOrderLimit; m += step)
-            sum += marks[m];
-        for (i32 m = earlier[j]; m < k_secondOrderLimit; m += step)
-            sum += marks[m];
+        i32 low = std::min(d, earlier[j]);
+        i32 high = std::max(d, earlier[j]);
+        for (; high < k_secondOrderLimit; low += step, high += step)
+            sum += marks[low] + marks[high];
+        if (low < k_secondOrderLimit) sum += marks[low];
     }
     return sum;
 }
@@ -171,8 +177,8 @@ u32 AM_CollisionLaws::secondOrder(AM_ModelGenerator& generator, Range range,
     for (i32 i = 0; i < k_numDelays; ++i) {
         std::fill(sums.begin(), sums.end(), k_noSum);
         u32 threshold = static_cast<u32>(i * i);
-        lengths[i] = search(generator, range, threshold, 1, tests, [&](i32 d) {
-            return sumOnce(d, [&] { return sumOfPairs(d, lengths, i); });
+        lengths[i] = search(generator, range, threshold, 1, tests, [&](i32 d, u32 limit) {
+            return sumOnce(d, limit, [&] { return sumOfPairs(d, lengths, i, limit); });
         });
         AM_Log("maxCollisions %d", threshold);
         markPairs(lengths[i], lengths, i);
@@ -186,7 +192,7 @@ u32 AM_CollisionLaws::primer(AM_ModelGenerator& generator, Range range, AM_Delay
     for (i32& length : lengths) {
         u32 attempts = 0;
         length = search(generator, range, attempts, 10, tests,
-                        [](i32 d) -> u32 { return primeFactorCounts[d]; });
+                        [](i32 d, u32) -> u32 { return primeFactorCounts[d]; });
         raise(marks[length], 0xffff);
     }
     return tests;

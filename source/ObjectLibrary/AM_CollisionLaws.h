@@ -49,9 +49,9 @@ private:
                Cost costOf);
     // The sum for draw `d`, formed at its first time in a slot.
     template <class Sum>
-    u32 sumOnce(i32 d, Sum sumOf);
+    u32 sumOnce(i32 d, u32 limit, Sum sumOf);
     u32 sumOfMultiples(i32 step) const;
-    u32 sumOfPairs(i32 d, const i32* earlier, i32 count) const;
+    u32 sumOfPairs(i32 d, const i32* earlier, i32 count, u32 limit) const;
     void markPairs(i32 d, const i32* earlier, i32 count);
     void sortLengths(AM_DelayLengths& lengths, i32 (&sorted)[k_numDelays]);
 

@@ -130,6 +130,7 @@ void AM_DelayModelBuilder::start(const char* code, AM_DelayModel& model) {
 
 void AM_DelayModelBuilder::finish(AM_DelayModel& model) {
     model.seed = generator.seed;
+    model.plan = AM_makeNetworkPlan(model);
 }
 
 void AM_DelayModelBuilder::buildStructure(i32 routing, i32 family, AM_DelayModel& model) {

@@ -13,6 +13,7 @@
 
 #include "AM_CollisionLaws.h"
 #include "AM_ModelGenerator.h"
+#include "AM_NetworkPlan.h"
 #include "AM_Types.h"
 
 inline constexpr i32 k_numSelections = 8;
@@ -76,6 +77,7 @@ struct AM_DelayModel {
     f32 outputGain[k_maxRoutes];
     f32 outputLeft[k_maxRoutes];  // sqrt(1 - pan) * gain
     f32 outputRight[k_maxRoutes]; // sqrt(pan) * gain
+    AM_NetworkPlan plan;          // of all the above
 };
 
 // Hash of the text behind the first '-' of `code`: h * 31 + character; 0 without a '-'.
@@ -94,7 +96,8 @@ public:
     void build(const char* code, AM_DelayModel& model);
 
     // The steps of `build`, on the model given: empties it and takes the selections and the seed of
-    // the code; fills the routes; draws the lengths; crosses lines; notes the seed behind it all.
+    // the code; fills the routes; draws the lengths; crosses lines; notes the seed behind it all
+    // and makes the plan.
     void start(const char* code, AM_DelayModel& model);
     void buildStructure(i32 routing, i32 family, AM_DelayModel& model);
     void collisionLaw(i32 law, i32 arrangement, AM_DelayModel& model);

@@ -2,6 +2,7 @@
 
 #include "AM_AudioManager.h"
 #include "AM_AudioThread.h"
+#include "AM_DelayNetworkBlocks.h"
 #include "AM_LetterPicker.h"
 #include "AM_Log.h"
 #include "AM_ModelCache.h"
@@ -71,8 +72,7 @@ const std::array<ParameterInfo, AM_DelayNetWorks::kNumParameters>& parameterTabl
 } // namespace
 
 AM_DelayNetWorks::AM_DelayNetWorks(AM_AudioMan* owner, const char* name)
-    : AM_AudioObject(owner, name), builder(std::make_unique<AM_DelayModelBuilder>()),
-      exchange(std::make_unique<AM_ModelExchange>()) {
+    : AM_AudioObject(owner, name), exchange(std::make_unique<AM_ModelExchange>()) {
     setupObject(0x01000010, kNumParameters, 2, 0, 0);
     // Two instances shall draw different codes: their addresses decide where each starts.
     const auto rounds = static_cast<i32>((reinterpret_cast<uintptr_t>(this) >> 5) % 56381);
@@ -156,19 +156,29 @@ void AM_DelayNetWorks::setupFDN() {
     setBridges(0);
     for (i32 k = 0; k < k_numDelays; ++k)
         model.lengths[k] = static_cast<i32>(d.delays[k]->getLength());
+    model.plan = AM_makeNetworkPlan(model);
     exchange->publish();
+    blocks = std::make_unique<AM_DelayNetworkBlocks>();
+    blocks->network.setLines(d.delays, k_numDelays);
+    builder.reset();
 }
 
 void AM_DelayNetWorks::buildStructure(i32 routing, i32 family) {
-    builder->buildStructure(routing, family, exchange->buildSlot());
+    work().buildStructure(routing, family, exchange->buildSlot());
 }
 
 void AM_DelayNetWorks::setBridges(i32 kind) {
-    builder->setBridges(kind, exchange->buildSlot());
+    work().setBridges(kind, exchange->buildSlot());
 }
 
 void AM_DelayNetWorks::collisionLaw(i32 law, i32 arrangement) {
-    builder->collisionLaw(law, arrangement, exchange->buildSlot());
+    work().collisionLaw(law, arrangement, exchange->buildSlot());
+}
+
+// The work tables of a build are needed for the build only.
+AM_DelayModelBuilder& AM_DelayNetWorks::work() {
+    if (!builder) builder = std::make_unique<AM_DelayModelBuilder>();
+    return *builder;
 }
 
 void AM_DelayNetWorks::applyParams() {
@@ -176,12 +186,13 @@ void AM_DelayNetWorks::applyParams() {
     AM_DelayModel& model = exchange->buildSlot();
     myParams().paramString[k_maxCode - 1] = 0;
     if (!AM_ModelCache::find(myParams().paramString, &model)) {
-        builder->start(myParams().paramString, model);
+        work().start(myParams().paramString, model);
         buildStructure(model.selections[1], model.selections[0]);
         collisionLaw(model.selections[6], model.selections[5]);
         setBridges(model.selections[2]);
-        builder->finish(model);
+        work().finish(model);
         AM_ModelCache::keep(model);
+        builder.reset();
     }
     exchange->publish();
 }

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <memory>
 
+struct AM_DelayNetworkBlocks;
 struct AM_DelayNetworkElements;
 
 // The module's `data`, one per voice.
@@ -108,10 +109,15 @@ public:
     virtual void collisionLaw(i32 law, i32 arrangement);
     // Sets the gain of every line for `feedback` (0.25 to 1) by `gainLaw`. Audio thread.
     virtual void setDelayGains(i32 gainLaw, f32 feedback);
-    virtual f32 random(f32 lo, f32 hi) { return builder->generator.random(lo, hi); }
+    virtual f32 random(f32 lo, f32 hi) { return work().generator.random(lo, hi); }
     // Builds the model of `paramString` and publishes it; the sound changes at the next sub-block,
-    // what is in the lines goes on. Any thread but the audio thread; does not allocate.
+    // what is in the lines goes on. Any thread but the audio thread.
     virtual void applyParams();
+
+    // Has every sample computed by the matrices and lines themselves, one after the other, as tests
+    // do it to hold the faster road against it. The samples are the same. Any thread; takes effect
+    // with the next sub-block.
+    void usePlainPath(bool on) { plainPath.store(on, std::memory_order_relaxed); }
 
     // True while the module sleeps: input and output have been silent and nothing is computed.
     bool isAsleep() const;
@@ -129,6 +135,7 @@ private:
     iDelayMatrix* matrixOf(i32 family, i32 index) const;
     void install(const AM_DelayModel& model);
     void clearNetwork(f32 sampleRate);
+    AM_DelayModelBuilder& work();
     void press(i32 parameter);
     void randomModel();
     void randDelay();
@@ -136,8 +143,10 @@ private:
 
     std::atomic<bool> ready{false};
     std::atomic<bool> asleep{false};
+    std::atomic<bool> plainPath{false};
     std::atomic<u32> pendingPresses{0};
     std::unique_ptr<AM_DelayNetworkElements> elements;
-    std::unique_ptr<AM_DelayModelBuilder> builder;
+    std::unique_ptr<AM_DelayNetworkBlocks> blocks;
+    std::unique_ptr<AM_DelayModelBuilder> builder; // null but while a model is built
     std::unique_ptr<AM_ModelExchange> exchange;
 };

@@ -1,8 +1,11 @@
 // What the reverb computes, from input sample to output sample: host rate -> input ring ->
 // (sinc) -> taps -> matrices and lines at the internal rate -> output ring -> (sinc) ->
-// host rate. The arithmetic is 32-bit float in the order written here.
+// host rate. The arithmetic is 32-bit float in the order written here. The plain path goes sample
+// by sample through the lines and matrices; the one in blocks does the same pass by pass.
+#include "AM_DelayNetworkBlocks.h"
 #include "AM_DelayNetWorks.h"
 #include "AM_LetterPicker.h"
+#include "AM_Silence.h"
 
 #include <algorithm>
 #include <cmath>
@@ -44,6 +47,13 @@ Stereo resample(fixedDelay* const (&rings)[2], const AM_SincTable& table, f32 po
     return sum;
 }
 
+bool anyAudible(const f32* samples, i32 count) {
+    i32 found = 0;
+    for (i32 i = 0; i < count; ++i)
+        found |= isAudible(samples[i]) ? 1 : 0;
+    return found != 0;
+}
+
 // Which sides carry a signal. The scan ends at the first audible sample on the right, so a left
 // signal that only starts behind it does not open the left side in this block.
 struct InputScan {
@@ -51,12 +61,37 @@ struct InputScan {
     bool rightOn = false;
     bool anyOn = false;
 
+    InputScan() = default;
     InputScan(const f32* left, const f32* right, i32 frames) {
-        for (i32 i = 0; i < frames && !rightOn; ++i) {
-            leftOn = leftOn || isAudible(left[i]);
-            rightOn = isAudible(right[i]);
-        }
+        if (AM_isSilent(left, frames) && AM_isSilent(right, frames)) return;
+        rightOn = anyAudible(right, frames);
+        const i32 end = rightOn ? firstAudible(right) + 1 : frames;
+        leftOn = anyAudible(left, end);
         anyOn = leftOn || rightOn;
+    }
+
+private:
+    static i32 firstAudible(const f32* samples) {
+        i32 i = 0;
+        while (!isAudible(samples[i]))
+            ++i;
+        return i;
+    }
+};
+
+// The levels of a ramp over a block, each a step behind the one before.
+struct Ramp {
+    alignas(16) f32 levels[k_resamplerBlock];
+
+    // Returns where the ramp ends.
+    f32 fill(f32 level, f32 step, i32 frames) {
+        if (step == 0.0f) {
+            std::fill_n(levels, frames, level);
+            return level;
+        }
+        for (i32 i = 0; i < frames; ++i)
+            levels[i] = level += step;
+        return level;
     }
 };
 
@@ -66,26 +101,43 @@ struct InputScan {
 class AM_DelayNetworkRun {
 public:
     AM_DelayNetworkRun(AM_DelayNetWorks& owner, BlockContext& block)
-        : module(owner), d(owner.myData()), params(owner.myParams()), context(block) {}
+        : module(owner), d(owner.myData()), params(owner.myParams()), context(block),
+          blocks(*owner.blocks) {}
 
     void run(const f32* inLeft, const f32* inRight, f32* outLeft, f32* outRight, i32 frames);
 
 private:
+    void updateGains();
     void startBlock(f32 dry, f32 wet);
-    void updateInputTable();
+    void gateInput(const f32* in, bool on, f32* gated, i32 frames) const;
+
+    // The plain path: sample by sample through the objects.
+    void wetPlain(const f32* inLeft, const f32* inRight, i32 frames);
     void internalStep();
+
+    // The fast one: pass by pass over the sub-block.
+    void wetInBlocks(const f32* inLeft, const f32* inRight, i32 frames);
+    i32 planSteps(i32 frames);
+    void runNetwork(i32 steps);
+
+    void mix(const f32* inLeft, const f32* inRight, f32* outLeft, f32* outRight, i32 frames,
+             f32 dryStep, f32 wetStep);
 
     AM_DelayNetWorks& module;
     AM_DelayNetworkData& d;
     AM_DelayNetworkParams& params;
     BlockContext& context;
+    AM_DelayNetworkBlocks& blocks;
     f32 ratio = 1.0f;    // internal rate over host rate
     f32 feedback = 0.0f; // 0.25 to 1
+    InputScan scan;
+    bool outOn = false;
+    bool runaway = false;
 };
 
 void AM_DelayNetworkRun::run(const f32* inLeft, const f32* inRight, f32* outLeft, f32* outRight,
                              i32 frames) {
-    const InputScan scan(inLeft, inRight, frames);
+    scan = InputScan(inLeft, inRight, frames);
     if (d.silentBlocks > k_sleepBlocks) {
         if (!scan.anyOn) {
             module.asleep.store(true, std::memory_order_relaxed);
@@ -98,7 +150,7 @@ void AM_DelayNetworkRun::run(const f32* inLeft, const f32* inRight, f32* outLeft
     const f32 dry = params.dry * 0.01f;
     f32 wet = params.wet * 0.01f;
     feedback = params.feedback * 0.0075f + 0.25f;
-    module.setDelayGains(params.gainLaw, feedback);
+    updateGains();
     if (d.silentBlocks > 0) {
         const f32 c = static_cast<f32>(std::min(d.silentBlocks, k_sleepBlocks));
         wet = wet * (1.0f - c * 0.001f);
@@ -111,36 +163,23 @@ void AM_DelayNetworkRun::run(const f32* inLeft, const f32* inRight, f32* outLeft
 
     const f32 dryStep = (dry - d.dryGain) / static_cast<f32>(frames);
     const f32 wetStep = (wet - d.wetGain) / static_cast<f32>(frames);
-    bool outOn = false;
-    bool runaway = false;
-    for (i32 i = 0; i < frames; ++i) {
-        d.dryGain += dryStep;
-        d.wetGain += wetStep;
-        const f32 inL = inLeft[i];
-        const f32 inR = inRight[i];
-        d.inputRing[0]->write(scan.leftOn && std::isfinite(inL) ? inL : 0.0f);
-        d.inputRing[1]->write(scan.rightOn && std::isfinite(inR) ? inR : 0.0f);
-        d.phase += ratio;
-        if (d.phase >= 1.0f) {
-            d.phase -= 1.0f;
-            internalStep();
-        }
-        const Stereo out = resample(d.outputRing, d.outputTable, d.phase * 32.0f);
-        f32 resultL = inL * d.dryGain;
-        f32 resultR = inR * d.dryGain;
-        if (isSane(out.left) && isSane(out.right)) {
-            resultL = out.left * d.wetGain + resultL;
-            resultR = out.right * d.wetGain + resultR;
-        } else {
-            runaway = true;
-        }
-        outLeft[i] = resultL;
-        outRight[i] = resultR;
-        outOn = outOn || isAudible(resultL) || isAudible(resultR);
-    }
+    if (blocks.network.canRun() && !module.plainPath.load(std::memory_order_relaxed))
+        wetInBlocks(inLeft, inRight, frames);
+    else
+        wetPlain(inLeft, inRight, frames);
+    mix(inLeft, inRight, outLeft, outRight, frames, dryStep, wetStep);
     // What is not finite would circle for ever and take the dry signal with it.
     if (runaway) d.resetPending = 1;
     d.silentBlocks = (outOn || scan.anyOn) ? 0 : d.silentBlocks + 1;
+}
+
+// Powers for 64 lines, so only when they have changed.
+void AM_DelayNetworkRun::updateGains() {
+    if (blocks.gainLaw == params.gainLaw && blocks.gainFeedback == feedback) return;
+    module.setDelayGains(params.gainLaw, feedback);
+    blocks.network.takeGains(d.delays, k_numDelays);
+    blocks.gainLaw = params.gainLaw;
+    blocks.gainFeedback = feedback;
 }
 
 void AM_DelayNetworkRun::startBlock(f32 dry, f32 wet) {
@@ -154,6 +193,65 @@ void AM_DelayNetworkRun::startBlock(f32 dry, f32 wet) {
         d.lastRatio = ratio;
         // Cut-off 17 kHz at any rate; the ratio keeps the level.
         AM_fillScaledSinc(d.inputTable, context.sampleReciprocal * 34000.0f * 0.03125f, ratio);
+        blocks.tablesTaken = false;
+    }
+    if (!blocks.tablesTaken) {
+        blocks.inputPhases.take(d.inputTable);
+        blocks.outputPhases.take(d.outputTable);
+        blocks.tablesTaken = true;
+    }
+}
+
+// A side without a signal, and what is not finite, stays out of the network.
+void AM_DelayNetworkRun::gateInput(const f32* in, bool on, f32* gated, i32 frames) const {
+    for (i32 i = 0; i < frames; ++i)
+        gated[i] = on && std::isfinite(in[i]) ? in[i] : 0.0f;
+}
+
+// dry and wet, each on its way to a new level.
+void AM_DelayNetworkRun::mix(const f32* inLeft, const f32* inRight, f32* outLeft, f32* outRight,
+                             i32 frames, f32 dryStep, f32 wetStep) {
+    Ramp dry, wet;
+    d.dryGain = dry.fill(d.dryGain, dryStep, frames);
+    d.wetGain = wet.fill(d.wetGain, wetStep, frames);
+    i32 audible = 0;
+    i32 insane = 0;
+    for (i32 i = 0; i < frames; ++i) {
+        const f32 wetLeft = blocks.wetLeft[i];
+        const f32 wetRight = blocks.wetRight[i];
+        const f32 dryLeft = inLeft[i] * dry.levels[i];
+        const f32 dryRight = inRight[i] * dry.levels[i];
+        const bool sane = isSane(wetLeft) && isSane(wetRight);
+        const f32 left = sane ? wetLeft * wet.levels[i] + dryLeft : dryLeft;
+        const f32 right = sane ? wetRight * wet.levels[i] + dryRight : dryRight;
+        outLeft[i] = left;
+        outRight[i] = right;
+        insane |= sane ? 0 : 1;
+        audible |= isAudible(left) || isAudible(right) ? 1 : 0;
+    }
+    runaway = insane != 0;
+    outOn = audible != 0;
+}
+
+// --- plain -----------------------------------------------------------------------------------
+
+void AM_DelayNetworkRun::wetPlain(const f32* inLeft, const f32* inRight, i32 frames) {
+    blocks.network.release();
+    f32* gatedLeft = blocks.input.block(0);
+    f32* gatedRight = blocks.input.block(1);
+    gateInput(inLeft, scan.leftOn, gatedLeft, frames);
+    gateInput(inRight, scan.rightOn, gatedRight, frames);
+    for (i32 i = 0; i < frames; ++i) {
+        d.inputRing[0]->write(gatedLeft[i]);
+        d.inputRing[1]->write(gatedRight[i]);
+        d.phase += ratio;
+        if (d.phase >= 1.0f) {
+            d.phase -= 1.0f;
+            internalStep();
+        }
+        const Stereo out = resample(d.outputRing, d.outputTable, d.phase * 32.0f);
+        blocks.wetLeft[i] = out.left;
+        blocks.wetRight[i] = out.right;
     }
 }
 
@@ -182,6 +280,62 @@ void AM_DelayNetworkRun::internalStep() {
     }
     d.outputRing[0]->write(left);
     d.outputRing[1]->write(right);
+}
+
+// --- in blocks ---------------------------------------------------------------------------------
+
+// input -> (sinc) -> taps -> network -> (sinc) -> wet
+void AM_DelayNetworkRun::wetInBlocks(const f32* inLeft, const f32* inRight, i32 frames) {
+    AM_ResamplerInput& input = blocks.input;
+    AM_ResamplerInput& output = blocks.output;
+    input.open(d.inputRing);
+    gateInput(inLeft, scan.leftOn, input.block(0), frames);
+    gateInput(inRight, scan.rightOn, input.block(1), frames);
+    const i32 steps = planSteps(frames);
+    input.resample(blocks.kernels, blocks.inputPhases, blocks.steps, steps, blocks.taps[0] + 1,
+                   blocks.taps[1] + 1);
+    input.close(d.inputRing, frames);
+    output.open(d.outputRing);
+    runNetwork(steps);
+    output.resample(blocks.kernels, blocks.outputPhases, blocks.frames, frames, blocks.wetLeft,
+                    blocks.wetRight);
+    output.close(d.outputRing, steps);
+}
+
+// Where the internal clock ticks within the block; it does not depend on the signal.
+i32 AM_DelayNetworkRun::planSteps(i32 frames) {
+    i32 steps = 0;
+    f32 phase = d.phase;
+    for (i32 i = 0; i < frames; ++i) {
+        phase += ratio;
+        if (phase >= 1.0f) {
+            phase -= 1.0f;
+            blocks.steps[steps++] = {i + 1, (1.0f - phase / ratio) * 32.0f};
+        }
+        blocks.frames[i] = {steps, phase * 32.0f};
+    }
+    d.phase = phase;
+    return steps;
+}
+
+// A tap is heard one internal sample after it was written.
+void AM_DelayNetworkRun::runNetwork(i32 steps) {
+    auto& taps = blocks.taps;
+    for (i32 n = 1; n <= steps; ++n) {
+        const f32 a = taps[0][n];
+        const f32 b = taps[1][n];
+        taps[2][n] = -a;
+        taps[3][n] = -b;
+        taps[4][n] = a + b;
+        taps[5][n] = a - b;
+    }
+    for (i32 i = 0; i < 6; ++i) {
+        AM_SampleDelay& ring = *d.feeds[i]->getSampleDelay();
+        taps[i][0] = ring.read_ix(0);
+        AM_pushBlock(ring, taps[i] + 1, steps);
+    }
+    const f32* const heard[4] = {taps[0], taps[1], taps[2], taps[3]};
+    blocks.network.run(heard, blocks.output.block(0), blocks.output.block(1), steps, feedback);
 }
 
 void AM_DelayNetWorks::processSubBlock(i32* start, i32* numQuads, CircuitModule* slot,
@@ -216,6 +370,7 @@ iDelayMatrix* AM_DelayNetWorks::matrixOf(i32 family, i32 index) const {
 // Takes a published model over into the route tables and lines; what sounds in them stays.
 void AM_DelayNetWorks::install(const AM_DelayModel& model) {
     AM_DelayNetworkData& d = myData();
+    blocks->network.setPlan(model.plan);
     for (i32 i = 0; i < model.numMatrices; ++i)
         matrixOf(model.family, i)->setMuteFeedback(model.muted[i]);
     for (i32 i = 0; i < model.numInputs; ++i) {
@@ -239,11 +394,13 @@ void AM_DelayNetWorks::install(const AM_DelayModel& model) {
         d.delays[k]->setAlias(model.aliases[k] < 0 ? nullptr : d.delays[model.aliases[k]]);
     }
     myParams().gainLaw = model.gainLaw;
+    blocks->gainLaw = -1;
 }
 
 // Taps and bridges are not touched.
 void AM_DelayNetWorks::clearNetwork(f32 sampleRate) {
     AM_DelayNetworkData& d = myData();
+    blocks->network.release();
     for (i32 r = 0; r < 4; ++r) {
         DSP_SVF& record = *d.filterRecords[r];
         record.shape = 0;

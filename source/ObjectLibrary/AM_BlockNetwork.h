@@ -1,0 +1,59 @@
+// The network of 64 lines, run in blocks of internal samples by a plan.
+#pragma once
+
+#include "AM_Kernels.h"
+#include "AM_NetworkPlan.h"
+#include "AM_SampleDelay.h"
+
+// Works on the lines' own rings, which the matrices can use in turn: from the first run until
+// `release` it keeps count of where they stand by itself. Audio thread; allocates nothing.
+class AM_BlockNetwork {
+public:
+    // The lines, `count` of them (at most 64), whose rings have the size of a power of two.
+    void setLines(fixedDelay* const* lines, i32 count);
+    // Releases the lines. Their lengths are those of the plan's model from then on.
+    void setPlan(const AM_NetworkPlan& newPlan);
+    // Takes over the lines' gains; for after they have changed.
+    void takeGains(fixedDelay* const* lines, i32 count);
+    bool canRun() const { return plan.blockSteps > 0; }
+    // Leaves the lines as if every step had been done by the matrices one after the other. For
+    // before anybody else uses them.
+    void release();
+
+    // `steps` internal samples, at most 64: from four taps, each as the matrices hear it and with
+    // room for seven more, to the left and right sums of the outputs.
+    void run(const f32* const (&taps)[4], f32* left, f32* right, i32 steps, f32 feedback);
+
+private:
+    static constexpr i32 k_lines = 64;
+    using Samples = f32[k_maxStepBlock + 1];
+
+    void hold();
+    void open(i32 steps);
+    void close(i32 steps);
+    void openCopied(i32 line, i32 from, i32 count);
+    void runBlock(const f32* const (&taps)[4], f32* left, f32* right, i32 count, f32 feedback);
+    void gather(const AM_PlanRead* reads, const f32** heard) const;
+
+    const AM_KernelSet& kernels = AM_kernels();
+    AM_NetworkPlan plan{};
+    AM_SampleDelay* rings[k_lines] = {};
+    f32 gains[k_lines] = {};
+
+    // The rings while they are held.
+    bool held = false;
+    f32* samples[k_lines];
+    alignas(16) i32 writes[k_lines];
+    alignas(16) i32 spans[k_lines]; // from what is written to what is given out
+    i32 mask = 0;
+
+    // Of the block: what each line gives out, as a plan's reads count (one sample more than the
+    // block has), and where its input goes. Both lie in the ring itself unless they would run over
+    // its end.
+    const f32* outs[2 * k_lines];
+    f32* ins[k_lines];
+    alignas(16) i32 froms[k_lines];
+    alignas(16) Samples outCopies[k_lines];
+    alignas(16) Samples inCopies[k_lines];
+    alignas(16) Samples means[AM_NetworkPlan::k_maxParts];
+};
