@@ -162,8 +162,7 @@ void AM_VST3_Controller::managerGone() {
     notices.reset();
 }
 
-// --- what the host has to hear
-// --------------------------------------------------------------------
+// --- what the host has to hear ------------------------------------------------------------
 
 void AM_VST3_Controller::periodic(bool onHostThread) {
     // The host may let go of the controller in answer to what it hears.

@@ -36,8 +36,8 @@ constexpr f32 k_pieceDecay = k_weights[0] * k_peakDecay;
 
 // What a channel holds of a block.
 struct Piece {
-    __m128d squares[2] = {_mm_setzero_pd(),
-                          _mm_setzero_pd()}; // in f64, so that no square overflows
+    // In f64, so that the square of no finite sample overflows.
+    __m128d squares[2] = {_mm_setzero_pd(), _mm_setzero_pd()};
     f32 peak;
 
     // Adds 4, 8 ... 32 samples. Of the peak, each is left what the samples behind it let stand.

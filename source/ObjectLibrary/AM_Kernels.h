@@ -3,7 +3,8 @@
 // compute, so that the sound has the same bits on every machine; only the order in which samples
 // that do not depend on each other come is another.
 //
-// What is written overlaps nothing that is read. Audio thread.
+// What is written overlaps nothing that is read, but for what nobody hears: the steps that fill the
+// last vector up. Audio thread.
 #pragma once
 
 #include "AM_Types.h"
