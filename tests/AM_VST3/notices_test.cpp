@@ -19,18 +19,13 @@ constexpr ParamID k_firstMidi = 200000;
 constexpr ParamID k_volumeController = 200007; // of the first channel
 
 // A bundle that nobody has loaded yet, with a file of the user's choices in its data folder.
-class ChosenBundle {
-public:
-    ChosenBundle(const std::string& name, const std::string& text)
-        : bundle(folder / "Glassmere.vst3") {
-        std::filesystem::copy(GLASSMERE_BUNDLE, bundle, std::filesystem::copy_options::recursive);
+struct ChosenBundle {
+    ChosenBundle(const std::string& name, const std::string& text) {
+        std::filesystem::copy(GLASSMERE_BUNDLE, path, std::filesystem::copy_options::recursive);
         folder.write("Glassmere.vst3/Contents/Resources/Glassmere.data/Support/" + name, text);
     }
-    std::string path() const { return bundle; }
-
-private:
     const TemporaryFolder folder;
-    const std::string bundle;
+    const std::string path = folder / "Glassmere.vst3";
 };
 
 template <class Condition>
@@ -40,10 +35,6 @@ bool eventually(const Condition& holds) {
     while (!holds() && Clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return holds();
-}
-
-std::string save(const TestInstance& instance) {
-    return instance.save().component;
 }
 
 std::string changed(std::string state, const std::string& from, const std::string& to) {
@@ -64,13 +55,7 @@ void play(TestInstance& instance, i32 frames = 512, TestChanges* input = nullptr
 }
 
 // Kind, parameter and value of each call.
-using Calls = std::vector<std::tuple<Kind, ParamID, f64>>;
-Calls callsOf(const TestInstance& instance) {
-    Calls list;
-    for (const TestHandler::Call& call : instance.handler.calls())
-        list.emplace_back(call.kind, call.id, call.value);
-    return list;
-}
+using Calls = std::vector<TestHandler::Call>;
 Calls edits(ParamID id, f64 value) {
     return {{Kind::Begin, id, 0.0}, {Kind::Perform, id, value}, {Kind::End, id, 0.0}};
 }
@@ -104,7 +89,7 @@ TEST_F(Notices, TellOfNewCodesAndOfNothingElse) {
             TestInstance instance(module, {.runLoop = runLoop, .secondHandler = second});
             instance.start();
             instance.processor()->getLatencySamples();
-            const std::string state = save(instance);
+            const std::string state = instance.save();
             TestChanges storm(4096, 16);
             for (const ParameterInfo& info : instance.parameters())
                 for (i32 point = 0; point < 8; ++point)
@@ -112,7 +97,7 @@ TEST_F(Notices, TellOfNewCodesAndOfNothingElse) {
                         storm.add(info.id, point / 8.0, point * 64);
             for (i32 i = 0; i < 20; ++i) {
                 play(instance, 512, &storm);
-                instance.load({state, ""});
+                instance.load(state);
                 instance.context.loop.advance(50);
             }
             TestChanges press;
@@ -124,19 +109,19 @@ TEST_F(Notices, TellOfNewCodesAndOfNothingElse) {
                 EXPECT_TRUE(eventually([&] { return instance.handler.count(last) >= presses; }));
                 EXPECT_EQ(instance.handler.calls().size(), presses * (second ? 1 : 3));
             }
-            const Calls calls = callsOf(instance);
+            const Calls calls = instance.handler.calls();
             const Calls one =
                 second ? Calls{{Kind::Dirty, 0, 1.0}} : edits(instance.find("Params"), 0.0);
             EXPECT_EQ(Calls(calls.begin(), calls.begin() + static_cast<i32>(one.size())), one);
             EXPECT_EQ(instance.handler.calledFromAfar(), !runLoop);
-            EXPECT_NE(save(instance), state);
+            EXPECT_NE(instance.save(), state);
         }
 }
 
 TEST_F(Notices, TellOfWhatMidiMoves) {
     const ChosenBundle bundle("com.vela.Glassmere.midiassign.txt",
                               "0:7=FDN:FB, normal, 0, Continuous7bit, No\n");
-    const TestModule module(bundle.path());
+    const TestModule module(bundle.path);
     for (const bool runLoop : {true, false}) {
         TestInstance instance(module, {.runLoop = runLoop});
         instance.start();
@@ -147,22 +132,22 @@ TEST_F(Notices, TellOfWhatMidiMoves) {
             play(instance, 64, &input.add(k_volumeController, value, 30), &output);
             const TestQueue* moved = output.find(feedback);
             ASSERT_TRUE(moved);
-            ASSERT_FALSE(moved->points().empty());
-            EXPECT_EQ(moved->points().back().offset, 0);
-            EXPECT_EQ(moved->points().back().value, value);
+            ASSERT_FALSE(moved->points.empty());
+            EXPECT_EQ(moved->points.back().offset, 0);
+            EXPECT_EQ(moved->points.back().value, value);
             instance.context.loop.advance(50);
             EXPECT_TRUE(eventually([&] { return instance.value(feedback) == value; }));
             EXPECT_TRUE(eventually([&] {
                 return instance.handler.count(Kind::Begin) == instance.handler.count(Kind::End);
             }));
-            const Calls calls = callsOf(instance);
+            const Calls calls = instance.handler.calls();
             ASSERT_GE(calls.size(), 3u);
             EXPECT_EQ(Calls(calls.end() - 3, calls.end()), edits(feedback, value));
             EXPECT_TRUE(!runLoop || calls.size() == 3) << "two blocks, one tick";
             EXPECT_EQ(instance.handler.calledFromAfar(), !runLoop);
             instance.handler.clear();
         }
-        EXPECT_EQ(instance.context.loop.usedFromAfar(), false);
+        EXPECT_FALSE(instance.context.loop.usedFromAfar);
     }
 }
 
@@ -172,16 +157,16 @@ TEST_F(Notices, TellOfALatencyThatTheHostDoesNotKnow) {
         const ChosenBundle bundle("com.vela.Glassmere.Preferences.txt",
                                   "V_PROPERTY name='Preference' id='1' "
                                   "value='AudioPrefs:BaseLatencyBuffer16:NO'\n");
-        const TestModule module(bundle.path());
+        const TestModule module(bundle.path);
         TestInstance instance(module, {.runLoop = true});
         instance.start();
         EXPECT_EQ(asks ? instance.processor()->getLatencySamples() : 0, 0u);
         play(instance, 64);
         instance.context.loop.advance(2000);
-        EXPECT_EQ(callsOf(instance), Calls());
+        EXPECT_EQ(instance.handler.calls(), Calls());
         play(instance, 17);
         instance.context.loop.advance(2000);
-        EXPECT_EQ(callsOf(instance),
+        EXPECT_EQ(instance.handler.calls(),
                   asks ? Calls({{Kind::Restart, 0, f64{kLatencyChanged}}}) : Calls());
         EXPECT_EQ(instance.processor()->getLatencySamples(), 16u);
         play(instance, 17);
@@ -196,37 +181,37 @@ TEST_F(Notices, ReachControllersThatAreConnectedLate) {
     TestInstance instance(module, {.connection = Connection::None, .runLoop = true});
     const ParamID feedback = instance.find("Feedback");
     const f64 before = instance.value(feedback);
-    const std::string state = changed(save(instance), "FB=88.00", "FB=25.00");
-    instance.context.refuseMessages(true);
+    const std::string state = changed(instance.save(), "FB=88.00", "FB=25.00");
+    instance.context.refusesMessages = true;
     connect(instance);
     instance.start();
     TestStream stream(state);
     EXPECT_EQ(instance.component()->setState(&stream), kResultOk);
     EXPECT_EQ(instance.value(feedback), before) << "of a manager of its own";
-    EXPECT_EQ(save(instance), state);
-    const u32 asked = instance.context.messagesAsked();
+    EXPECT_EQ(instance.save(), state);
+    const u32 asked = instance.context.messagesAsked;
     EXPECT_GE(asked, 2u) << "at connection and activation";
-    instance.context.refuseMessages(false);
+    instance.context.refusesMessages = false;
     play(instance);
-    EXPECT_EQ(instance.context.messagesAsked(), asked) << "none from the audio thread";
+    EXPECT_EQ(instance.context.messagesAsked, asked) << "none from the audio thread";
     EXPECT_EQ(instance.value(feedback), before);
-    save(instance);
+    instance.save();
     EXPECT_EQ(instance.value(feedback), 0.25);
-    EXPECT_EQ(callsOf(instance), k_restartedForValues);
+    EXPECT_EQ(instance.handler.calls(), k_restartedForValues);
     // Once is enough.
     play(instance);
-    save(instance);
+    instance.save();
     instance.stop();
     instance.start();
     instance.context.loop.advance(100);
-    EXPECT_EQ(instance.context.messagesAsked(), asked + 1);
-    EXPECT_EQ(callsOf(instance), k_restartedForValues);
+    EXPECT_EQ(instance.context.messagesAsked, asked + 1);
+    EXPECT_EQ(instance.handler.calls(), k_restartedForValues);
 }
 
 TEST_F(Notices, ComeFromNoForgedAddress) {
     TestInstance instance(module, {.connection = Connection::Proxy, .runLoop = true});
-    EXPECT_EQ(instance.toController()->messages(), 1u) << "with the connection";
-    const std::string state = changed(save(instance), "FB=88.00", "FB=25.00");
+    EXPECT_EQ(instance.context.messagesAsked, 1u) << "with the connection";
+    const std::string state = changed(instance.save(), "FB=88.00", "FB=25.00");
     const auto object = reinterpret_cast<i64>(instance.component());
     for (const i64 address : {i64{0}, i64{1}, i64{-1}, i64{0x1000}, object, object + 8})
         send(instance, "audioPtr", address);
@@ -234,39 +219,33 @@ TEST_F(Notices, ComeFromNoForgedAddress) {
     send(instance, nullptr, object);
     EXPECT_EQ(instance.controllerAs<IConnectionPoint>()->notify(nullptr), kResultOk);
     instance.start();
-    instance.load({state, ""});
+    instance.load(state);
     EXPECT_EQ(instance.value(instance.find("Feedback")), 0.25);
     TestChanges press;
     play(instance, 512, &press.add(instance.find("Random Model"), 1.0));
     instance.context.loop.advance(50);
-    EXPECT_EQ(callsOf(instance), (Calls{{Kind::Dirty, 0, 1.0}}));
-    EXPECT_EQ(instance.toController()->messages(), 1u);
-
-    // It still hears when the real one goes.
-    instance.component()->terminate();
-    TestStream stream(state);
-    instance.controller()->setParamNormalized(instance.find("Feedback"), 0.5);
-    EXPECT_EQ(instance.controller()->setComponentState(&stream), kResultOk);
-    EXPECT_EQ(instance.value(instance.find("Feedback")), 0.25) << "read from the stream";
+    EXPECT_EQ(instance.handler.calls(), (Calls{{Kind::Dirty, 0, 1.0}}));
+    EXPECT_EQ(instance.context.messagesAsked, 1u);
 }
 
 TEST_F(Notices, EndWithTheProcessorAndComeBackWithIt) {
     TestInstance instance(module, {.runLoop = true});
     const ParamID feedback = instance.find("Feedback");
-    const std::string state = changed(save(instance), "FB=88.00", "FB=25.00");
+    const std::string state = changed(instance.save(), "FB=88.00", "FB=25.00");
     instance.component()->terminate();
     instance.context.loop.advance(200);
     TestStream stream(state);
     EXPECT_EQ(instance.controller()->setComponentState(&stream), kResultOk);
+    EXPECT_EQ(instance.value(feedback), 0.25) << "read from the stream";
     EXPECT_EQ(instance.controller()->setParamNormalized(feedback, 0.5), kResultOk);
     EXPECT_EQ(instance.value(feedback), 0.5);
     EXPECT_EQ(instance.controller()->normalizedParamToPlain(feedback, 0.5), 50.0);
-    EXPECT_EQ(callsOf(instance), Calls());
+    EXPECT_EQ(instance.handler.calls(), Calls());
 
     ASSERT_EQ(instance.component()->initialize(&instance.context), kResultOk);
     connect(instance);
-    EXPECT_EQ(callsOf(instance), k_restartedForValues);
-    instance.load({state, ""});
+    EXPECT_EQ(instance.handler.calls(), k_restartedForValues);
+    instance.load(state);
     EXPECT_EQ(instance.value(feedback), 0.25);
 }
 
@@ -279,16 +258,16 @@ TEST_F(Notices, EndWithTheControllerWhileTheProcessorPlaysOn) {
         instance.start();
         TestChanges press;
         press.add(instance.find("Random Model"), 1.0);
-        const std::string before = save(instance);
+        const std::string before = instance.save();
         if (terminates) {
             instance.controller()->terminate();
-            EXPECT_EQ(instance.context.loop.timers(), 0u);
+            EXPECT_EQ(instance.context.loop.timers.size(), 0u);
         } else {
             const FUnknownPtr<IConnectionPoint> taker(other.component());
             taker->connect(instance.controllerAs<IConnectionPoint>());
         }
         play(instance, 512, &press);
-        EXPECT_TRUE(eventually([&] { return save(instance) != before; }));
-        EXPECT_EQ(callsOf(instance), Calls());
+        EXPECT_TRUE(eventually([&] { return instance.save() != before; }));
+        EXPECT_EQ(instance.handler.calls(), Calls());
     }
 }

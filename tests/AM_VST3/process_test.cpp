@@ -52,9 +52,6 @@ public:
         controlWord = _mm_getcsr();
         heard.push_back({type, id, field1, field2});
     }
-    i64 count(i32 type) const {
-        return std::ranges::count_if(heard, [=](const Heard& one) { return one.type == type; });
-    }
     std::vector<Heard> heard;
     u32 controlWord = 0;
 };
@@ -70,16 +67,16 @@ protected:
     }
     AM_ParaMan& table() { return *ear.manager->getParaMan(); }
     f32 wet() { return table().getParameterTarget(table().findParameter("Wet")); }
-    tresult process(i32 frames) { return process(buffers.data(frames)); }
     // A call with `changes` and `events`, which are empty afterwards.
     tresult process(ProcessData& data) {
         data.inputParameterChanges = &changes;
         data.inputEvents = &events;
         const tresult result = instance.process(data);
         changes.clear();
-        events.clear();
+        events.list.clear();
         return result;
     }
+    tresult process(i32 frames) { return process(buffers.data(frames)); }
     // What has come out of the chain since the last call, once a block has gone by.
     std::vector<Spy::Heard> heard() {
         process(64);
@@ -99,7 +96,7 @@ class Process : public testing::Test {
 protected:
     // The manager's own answer, in the state in which the bundle's instances begin.
     StereoBuffer direct(const StereoBuffer& input, f64 rate = 48000.0) {
-        const std::string state = TestInstance(module).save().component.substr(4);
+        const std::string state = TestInstance(module).save().substr(4);
         Plugin plugin(rate);
         plugin.man.setStateInfo(state.data(), static_cast<i32>(state.size()), true);
         return plugin.run(input);
@@ -107,18 +104,13 @@ protected:
     const TestModule module{GLASSMERE_BUNDLE};
 };
 
-StereoBuffer burst(size_t frames) {
-    StereoBuffer result = noise(frames);
-    for (std::vector<f32>* side : {&result.left, &result.right})
-        std::fill(side->begin() + static_cast<i64>(frames / 4), side->end(), 0.0f);
+// A tone of 96 Hz at 48 kHz.
+StereoBuffer tone(size_t frames) {
+    StereoBuffer result(frames);
+    for (size_t i = 0; i < frames; ++i)
+        result.left[i] = result.right[i] =
+            0.25f * static_cast<f32>(std::sin(static_cast<f64>(i) * 6.283185307179586 / 500.0));
     return result;
-}
-
-f32 largestStep(const std::vector<f32>& samples) {
-    f32 largest = 0.0f;
-    for (size_t i = 1; i < samples.size(); ++i)
-        largest = std::max(largest, std::fabs(samples[i] - samples[i - 1]));
-    return largest;
 }
 
 } // namespace
@@ -126,51 +118,45 @@ f32 largestStep(const std::vector<f32>& samples) {
 // At every rate; and neither block sizes nor buffers in place nor what a host says of silence, mode
 // and transport are heard.
 TEST_F(Process, IsTheManagerBitForBit) {
-    const StereoBuffer input = burst(40000);
+    StereoBuffer input = noise(40000);
+    std::fill(input.left.begin() + 10000, input.left.end(), 0.0f);
+    std::fill(input.right.begin() + 10000, input.right.end(), 0.0f);
     const StereoBuffer expected = direct(input);
     ASSERT_GT(expected.energy(12000, 40000), 0.1);
     ProcessContext context{};
     const auto transport = [&context](ProcessData& data, size_t position) {
         constexpr f64 places[] = {1e300, k_nan, -1e300, k_inf, 0.0, 17.5, -3.0, 1e-320};
         const size_t n = position / 100;
-        context.state = static_cast<uint32>(n * 0x1234567);
         context.projectTimeMusic = places[n % 8];
         context.barPositionMusic = places[n / 8 % 8];
         context.tempo = std::array{0.0, k_nan, 120.0, -k_inf, 1e300}[n % 5];
         context.timeSigNumerator = std::array{4, 0, -7, 1 << 30}[n % 4];
         context.timeSigDenominator = std::array{4, 0, -1}[n % 3];
         data.processContext = n % 7 == 0 ? nullptr : &context;
+        data.inputs[0].silenceFlags = n % 4;
     };
-    const auto silenceFlags = [](ProcessData& data, size_t) { data.inputs[0].silenceFlags = 3; };
-    const std::vector<i32> anySizes = {0, 1, 8192, 3, 64, 0, 100, 4096, 17};
     const struct {
         const char* name;
         std::vector<i32> sizes;
         bool inPlace;
         i32 mode;
         TestInstance::BeforeBlock before;
-    } ways[] = {{"one size", {512}, false, kRealtime, {}},
-                {"any sizes", anySizes, false, kRealtime, {}},
-                {"in place", anySizes, true, kRealtime, {}},
-                {"silence flags", {512}, true, kRealtime, silenceFlags},
+    } ways[] = {{"any sizes", {0, 1, 8192, 3, 64, 0, 100, 4096, 17}, false, kRealtime, {}},
+                {"in place", {0, 1, 8192, 3, 64}, true, kRealtime, {}},
                 {"offline", {8192}, false, kOffline, {}},
-                {"prefetched", {333}, false, kPrefetch, {}},
-                {"transport", {100, 0, 300}, false, kRealtime, transport}};
+                {"transport", {100, 0, 300}, false, kPrefetch, transport}};
     for (const auto& way : ways) {
         TestInstance instance(module);
-        instance.start({.mode = way.mode});
+        instance.start(48000.0, way.mode);
         const StereoBuffer output = instance.run(input, way.sizes, way.inPlace, way.before);
         EXPECT_TRUE(output == expected) << way.name;
     }
-    const StereoBuffer shorter = burst(12000);
-    for (const f64 rate : {1234.5678, 8000.0, 11025.0, 22050.0, 32000.0, 44100.0, 48000.0, 88200.0,
-                           96000.0, 176400.0, 192000.0, 1234567.8}) {
+    for (const f64 rate : {1234.5678, 8000.0, 44100.0, 96000.0, 192000.0, 1234567.8}) {
         TestInstance instance(module);
-        instance.start({.rate = rate});
-        const StereoBuffer output = instance.run(shorter);
-        EXPECT_GT(output.energy(4000, 12000), 1e-3) << rate;
-        EXPECT_TRUE(std::isfinite(output.energy(0, 12000))) << rate;
-        EXPECT_TRUE(output == direct(shorter, rate)) << rate;
+        instance.start(rate);
+        const StereoBuffer output = instance.run(input);
+        EXPECT_TRUE(std::isfinite(output.energy(0, output.size()))) << rate;
+        EXPECT_TRUE(output == direct(input, rate)) << rate;
     }
 }
 
@@ -186,15 +172,14 @@ TEST_F(Process, TakesWhatBusesAndChannelsThereAre) {
     for (size_t i = 0; i < frames; ++i)
         mono[i] = (both.left[i] + both.right[i]) * 0.5f;
     using Change = std::function<void(TestBuffers&, ProcessData&)>;
-    const Change nullInput = [](TestBuffers& b, ProcessData&) { b.nullInput(0, 1); };
-    const Change nullLeft = [](TestBuffers& b, ProcessData&) { b.nullOutput(0, 0); };
-    const Change nullRight = [](TestBuffers& b, ProcessData&) { b.nullOutput(0, 1); };
+    const Change nullInput = [](TestBuffers& b, ProcessData&) { b.input(0, 1) = nullptr; };
+    const Change nullLeft = [](TestBuffers& b, ProcessData&) { b.output(0, 0) = nullptr; };
+    const Change nullRight = [](TestBuffers& b, ProcessData&) { b.output(0, 1) = nullptr; };
     const Change nullInputs = [](TestBuffers&, ProcessData& d) { d.inputs = nullptr; };
-    const Change noInputs = [](TestBuffers&, ProcessData& d) { d.numInputs = 0; };
     const Change nullChannels = [](TestBuffers& b, ProcessData& d) {
         d.inputs[0].channelBuffers32 = nullptr;
         d.outputs[1].channelBuffers32 = nullptr;
-        b.nullOutput(0, 3);
+        b.output(0, 3) = nullptr;
     };
     const std::vector<f32> unused;
     const struct {
@@ -210,7 +195,6 @@ TEST_F(Process, TakesWhatBusesAndChannelsThereAre) {
                   {"no bus", {}, {2}, none.left, none.right, {}},
                   {"empty bus", {0}, {2}, none.left, none.right, {}},
                   {"null inputs", {2}, {2}, none.left, none.right, nullInputs},
-                  {"no inputs", {2}, {2}, none.left, none.right, noInputs},
                   {"null channels", {2}, {4, 2}, none.left, none.right, nullChannels},
                   {"many", {5, 2}, {6, 1, 0, 3}, both.left, both.right, {}}};
     for (const auto& shape : shapes) {
@@ -248,38 +232,13 @@ TEST_F(Process, TakesWhatBusesAndChannelsThereAre) {
     }
 }
 
-TEST_F(Process, HasTheLatencyThatItReports) {
-    const StereoBuffer input = noise(20000);
-    for (const bool bypassed : {false, true}) {
-        TestInstance instance(module);
-        instance.turn(bypassed ? k_bypass : k_wet, bypassed ? 1.0 : 0.0);
-        instance.start();
-        instance.run(StereoBuffer(10000), {512}); // ramps and fades
-        const u32 latency = instance.processor()->getLatencySamples();
-        EXPECT_EQ(latency, 16u);
-        const StereoBuffer output = instance.run(input, {100, 8192, 0, 1});
-        EXPECT_EQ(std::memcmp(&output.left[latency], input.left.data(), 4 * (20000 - latency)), 0);
-        EXPECT_EQ(std::memcmp(&output.right[latency], input.right.data(), 4 * (20000 - latency)),
-                  0);
-    }
-}
-
 // The host's bypass and the module's own switch are one, also where a state came in bypassed.
 TEST_F(Process, IsBypassedWithoutAClick) {
-    StereoBuffer tone(20000);
-    for (size_t i = 0; i < tone.size(); ++i)
-        tone.left[i] = tone.right[i] =
-            0.25f * static_cast<f32>(std::sin(static_cast<f64>(i) * 6.283185307179586 / 500.0));
-    // What the sine has by itself and what the reverb adds to it.
-    const f32 bound = 0.012f;
+    const StereoBuffer input = tone(20000);
     for (const bool loaded : {false, true}) {
         StereoBuffer outputs[2];
         for (const bool byRow : {false, true}) {
             TestInstance instance(module);
-            const auto turn = [&](f64 bypass) {
-                byRow ? instance.turn(k_activeRow, bypass > 0.5 ? 0.0 : 1.0)
-                      : instance.turn(k_bypass, bypass);
-            };
             if (loaded) {
                 TestInstance other(module);
                 other.start();
@@ -290,23 +249,26 @@ TEST_F(Process, IsBypassedWithoutAClick) {
                 EXPECT_EQ(instance.value(k_activeRow), 0.0);
             }
             instance.start();
+            const u32 latency = instance.processor()->getLatencySamples();
+            EXPECT_EQ(latency, 16u);
             StereoBuffer& output = outputs[byRow];
             for (const f64 bypass : {0.5, 1.0, 1.0, 0.0, 0.75, 0.5}) {
-                turn(bypass);
-                EXPECT_EQ(instance.value(k_activeRow), bypass > 0.5 ? 0.0 : 1.0);
-                const StereoBuffer part = instance.run(tone, {480});
+                const f64 active = bypass > 0.5 ? 0.0 : 1.0;
+                instance.turn(byRow ? k_activeRow : k_bypass, byRow ? active : bypass);
+                EXPECT_EQ(instance.value(k_activeRow), active);
+                EXPECT_EQ(instance.value(k_bypass) > 0.5, bypass > 0.5);
+                const StereoBuffer part = instance.run(input, {480});
                 output.left.insert(output.left.end(), part.left.begin(), part.left.end());
-                output.right.insert(output.right.end(), part.right.begin(), part.right.end());
                 // Behind the fade the input is alone, or the reverb is there.
-                i32 differing = 0;
-                for (size_t i = 10000; i < tone.size(); ++i)
-                    differing += part.left[i] != tone.left[i - 16];
-                EXPECT_EQ(differing == 0, bypass > 0.5) << bypass;
+                const bool alone = std::equal(part.left.begin() + 10000, part.left.end(),
+                                              input.left.begin() + 10000 - latency);
+                EXPECT_EQ(alone, bypass > 0.5) << bypass;
             }
         }
-        EXPECT_LT(largestStep(outputs[0].left), bound);
-        EXPECT_LT(largestStep(outputs[0].right), bound);
         EXPECT_EQ(outputs[0], outputs[1]);
+        // What the tone has by itself and what the reverb adds to it.
+        for (size_t i = 1; i < outputs[0].left.size(); ++i)
+            ASSERT_LT(std::fabs(outputs[0].left[i] - outputs[0].left[i - 1]), 0.012f) << i;
     }
 }
 
@@ -324,7 +286,7 @@ TEST_F(Inside, TakesTheLastPointOfEachQueue) {
         process(0);
         EXPECT_EQ(wet(), expected) << value;
     }
-    changes.add(k_wet, 1.0).find(k_wet)->breakLast();
+    changes.add(k_wet, 1.0).find(k_wet)->broken = true;
     changes.add(0, 0.25);
     for (const ParamID unknown : {5u, 99999u, 199999u, 300000u, 399999u, 400001u, 0xffffffffu})
         changes.add(unknown, 1.0);
@@ -357,21 +319,23 @@ TEST_F(Inside, ReadsMidiOutOfParameters) {
     for (u32 id = 200000; id < 202080; ++id)
         changes.add(id, 0.5, static_cast<i32>(id % 100));
     process(100);
-    process(64);
-    EXPECT_EQ(spy.count(k_eventController), 16 * 128);
-    EXPECT_EQ(spy.count(k_eventPressure), 16);
-    EXPECT_EQ(spy.count(k_eventPitchBend), 16);
+    std::vector<i32> types;
+    for (const Spy::Heard& one : heard())
+        types.push_back(one.type);
+    EXPECT_EQ(std::ranges::count(types, k_eventController), 16 * 128);
+    EXPECT_EQ(std::ranges::count(types, k_eventPressure), 16);
+    EXPECT_EQ(std::ranges::count(types, k_eventPitchBend), 16);
 }
 
 TEST_F(Inside, TakesEventsWhereverTheyLie) {
     process(64);
     const u32 usual = _mm_getcsr();
     _mm_setcsr(usual | 0x8000); // one bit of the two
-    events.noteOn(-50, 3, 60, 0.5f, -1, 50.0f);
-    events.noteOff(0, 3, 60, 77, -25.0f);
-    events.noteOn(20, 3, 61, 1.0f);
-    events.breakAt(2);
-    events.polyPressure(1 << 30, 2, 64, 0.25f);
+    events.note(-50, 3, 60, 0.5f, -1, 50.0f);
+    events.note(0, 3, 60, 0.0f, 77, -25.0f);
+    events.note(20, 3, 61, 1.0f);
+    events.broken = 2;
+    events.pressure(1 << 30, 2, 64, 0.25f);
     Event other{};
     for (const uint16 type :
          {Event::kDataEvent, Event::kNoteExpressionValueEvent, Event::kChordEvent}) {
@@ -395,79 +359,68 @@ TEST_F(Inside, TakesChangesWithoutSound) {
     ProcessData& data = buffers.data(64);
     data.processContext = &there;
     process(data);
-    data.processContext = nullptr;
     ProcessData flush;
-    changes.add(k_wet, 0.25);
-    events.noteOn(5, 1, 60, 1.0f);
-    EXPECT_EQ(process(flush), kResultOk);
-    EXPECT_EQ(wet(), 25.0f);
+    for (const i32 frames : {0, -5}) {
+        flush.numSamples = frames;
+        changes.add(k_wet, frames == 0 ? 0.25 : 0.5);
+        EXPECT_EQ(process(flush), kResultOk);
+        EXPECT_EQ(wet(), frames == 0 ? 25.0f : 50.0f);
+    }
     EXPECT_EQ(ear.manager->getBlockContext()->previousPosition, 8.0);
-    EXPECT_EQ(heard().size(), 1u);
-    flush.numSamples = -5;
-    changes.add(k_wet, 0.5);
-    EXPECT_EQ(process(flush), kResultOk);
-    EXPECT_EQ(wet(), 50.0f);
     // Samples of 64 bits touch nothing.
-    ProcessData& wide = buffers.data(64);
-    wide.symbolicSampleSize = kSample64;
+    buffers.data(64).symbolicSampleSize = kSample64;
     changes.add(k_wet, 0.75);
-    EXPECT_NE(process(wide), kResultOk);
-    wide.symbolicSampleSize = kSample32;
+    EXPECT_NE(process(data), kResultOk);
+    data.symbolicSampleSize = kSample32;
     EXPECT_EQ(wet(), 50.0f);
     EXPECT_TRUE(std::isnan(buffers.output(0, 0)[0]));
     EXPECT_EQ(_mm_getcsr(), usual);
+}
 
-    // Without an output, what is to go out waits, and the control word stays.
+TEST_F(Inside, SendsWhatMovesByItself) {
+    const u32 usual = _mm_getcsr();
     TestChanges outgoing(4, 2000);
     const i32 row = table().findParameter("Wet");
+    const auto send = [&](TestBuffers& to, TestChanges* changesOut) {
+        outgoing.clear();
+        to.data(64).outputParameterChanges = changesOut;
+        EXPECT_EQ(instance.process(to.data(64)), kResultOk);
+        return outgoing.size();
+    };
+    // Without an output it waits, and the control word stays.
     table().tellSink(row);
     for (const std::vector<i32>& none : {std::vector<i32>{}, std::vector<i32>{0}}) {
         TestBuffers silent(64, {2}, none);
-        ProcessData& data = silent.data(64);
-        data.outputParameterChanges = &outgoing;
-        EXPECT_EQ(instance.process(data), kResultOk);
-        EXPECT_EQ(outgoing.size(), 0);
+        EXPECT_EQ(send(silent, &outgoing), 0);
         EXPECT_EQ(_mm_getcsr() & 0x8040, 0x8040u);
         _mm_setcsr(usual);
     }
-    buffers.data(64).outputParameterChanges = &outgoing;
-    instance.process(data);
-    ASSERT_EQ(outgoing.size(), 1);
-    EXPECT_EQ(outgoing.at(0).getParameterId(), k_wet);
-    EXPECT_EQ(outgoing.at(0).points().back().value, 0.5);
+    EXPECT_EQ(send(buffers, &outgoing), 1);
     EXPECT_EQ(_mm_getcsr(), usual);
     // The 1025th is lost; the others keep their order.
     for (i32 i = 0; i < 1025; ++i) {
         table().setParameterValue(row, static_cast<f32>(i) / 20.0f, 0, true);
         table().tellSink(row);
     }
-    outgoing.clear();
-    instance.process(data);
-    const std::vector<TestQueue::Point>& points = outgoing.find(k_wet)->points();
-    ASSERT_EQ(points.size(), 1024u);
+    ASSERT_EQ(send(buffers, &outgoing), 1);
+    const TestQueue* sent = outgoing.find(k_wet);
+    ASSERT_TRUE(sent && sent->points.size() == 1024);
     for (i32 i = 0; i < 1024; ++i)
-        EXPECT_NEAR(points[static_cast<size_t>(i)].value, i / 2000.0, 1e-6);
+        EXPECT_NEAR(sent->points[static_cast<size_t>(i)].value, i / 2000.0, 1e-6);
     // Who takes none gets none later.
     table().tellSink(row);
-    data.outputParameterChanges = nullptr;
-    instance.process(data);
-    outgoing.clear();
-    data.outputParameterChanges = &outgoing;
-    instance.process(data);
-    EXPECT_EQ(outgoing.size(), 0);
+    send(buffers, nullptr);
+    EXPECT_EQ(send(buffers, &outgoing), 0);
 }
 
 // Process calls before there is anything to run, and after it has gone, do nothing.
 TEST_F(Inside, IsQuietBeforeAndAfterItsLife) {
     const auto component = module.create<IComponent>(module.classInfo(0).cid);
     const FUnknownPtr<IAudioProcessor> processor(component);
-    TestChanges outgoing(4, 4);
     const auto runs = [&] {
         ProcessData& data = buffers.data(64);
-        std::ranges::fill_n(buffers.input(0, 0), 64, 0.5f);
         data.inputParameterChanges = &changes.add(k_wet, 0.5);
         data.inputEvents = &events;
-        data.outputParameterChanges = &outgoing;
         EXPECT_EQ(processor->process(data), kResultOk);
         EXPECT_TRUE(buffers.intact());
         return !std::isnan(buffers.output(0, 0)[63]);
@@ -490,12 +443,11 @@ TEST_F(Process, RunsWhileTheHostTurnsSavesAndLoads) {
     std::vector<ParamID> ids;
     for (const auto& info : instance.parameters())
         ids.push_back(info.id);
-    const TestState state = instance.save();
+    const std::string state = instance.save();
     std::atomic<bool> done{false};
     std::thread audio([&] {
         TestBuffers buffers(512);
         TestChanges changes(4096, 1), outgoing(1024, 1024);
-        TestEvents events;
         ProcessContext context{};
         for (i32 block = 0; block < 60 || !done; ++block) {
             changes.clear();
@@ -506,7 +458,6 @@ TEST_F(Process, RunsWhileTheHostTurnsSavesAndLoads) {
             ProcessData& data = buffers.data(1 + block * 37 % 512);
             data.inputParameterChanges = &changes;
             data.outputParameterChanges = &outgoing;
-            data.inputEvents = &events;
             data.processContext = &context;
             instance.processor()->process(data);
         }
@@ -528,8 +479,7 @@ TEST_F(Process, RunsWhileTheHostTurnsSavesAndLoads) {
 }
 
 TEST(ChangeRing, KeepsTheOrderOfEachOfManyThreads) {
-    constexpr i32 threads = 4;
-    constexpr i32 each = 10000;
+    constexpr i32 threads = 4, each = 10000;
     AM_ChangeRing<256> ring;
     std::vector<std::thread> writers;
     for (i32 t = 0; t < threads; ++t)

@@ -1,6 +1,8 @@
 // The installed bundle, loaded as hosts load it.
 #include "AM_Files/TemporaryFolder.h"
-#include "Bundle.h"
+#include "TestInstance.h"
+
+#include <gtest/gtest.h>
 
 #include <array>
 #include <cstring>
@@ -50,6 +52,10 @@ protected:
         home.makeFolder(".vst3");
         fs::copy(k_installed, home / k_own, fs::copy_options::recursive);
     }
+    // What a fresh instance of a bundle keeps in a project.
+    std::string stateOf(const std::string& bundle) const {
+        return TestInstance(TestModule(home / bundle)).save();
+    }
     TemporaryFolder home;
 };
 
@@ -84,11 +90,9 @@ TEST(LibraryFile, isInstalledWithItsData) {
 
 // What a host that reads the list instead of the library takes for true.
 TEST_F(Library, isAsItsModuleInfoSays) {
-    const Bundle bundle(home / k_own);
-    Steinberg::FUnknownPtr<Steinberg::IPluginFactory3> factory(bundle.factory);
-    ASSERT_TRUE(factory);
+    const TestModule module(home / k_own);
     Steinberg::PFactoryInfo about;
-    ASSERT_EQ(factory->getFactoryInfo(&about), kResultOk);
+    ASSERT_EQ(module.factory()->getFactoryInfo(&about), kResultOk);
     json flags = {
         {"Unicode", (about.flags & about.kUnicode) != 0},
         {"Classes Discardable", (about.flags & about.kClassesDiscardable) != 0},
@@ -99,20 +103,13 @@ TEST_F(Library, isAsItsModuleInfoSays) {
          {{"Vendor", about.vendor}, {"URL", about.url}, {"E-Mail", about.email}, {"Flags", flags}}},
         {"Classes", json::array()},
     };
-    for (int i = 0; i < factory->countClasses(); ++i) {
-        Steinberg::PClassInfo2 info;
-        Steinberg::PClassInfoW wide;
-        ASSERT_EQ(factory->getClassInfo2(i, &info), kResultOk);
-        ASSERT_EQ(factory->getClassInfoUnicode(i, &wide), kResultOk);
-        EXPECT_EQ(memcmp(info.cid, wide.cid, sizeof info.cid), 0);
-        std::string id;
-        for (const char byte : info.cid) {
-            std::array<char, 3> digits;
-            std::snprintf(digits.data(), digits.size(), "%02X", static_cast<unsigned char>(byte));
-            id += digits.data();
-        }
+    ASSERT_EQ(module.factory()->countClasses(), 2);
+    for (int i = 0; i < 2; ++i) {
+        const Steinberg::PClassInfo2 info = module.classInfo(i);
+        std::array<char, 33> id;
+        Steinberg::FUID::fromTUID(info.cid).toString(id.data());
         const std::string vendor = info.vendor;
-        json entry = {{"CID", id},
+        json entry = {{"CID", id.data()},
                       {"Category", info.category},
                       {"Name", info.name},
                       {"Vendor", vendor.empty() ? about.vendor : vendor}, // as a host takes it
@@ -126,7 +123,6 @@ TEST_F(Library, isAsItsModuleInfoSays) {
             entry["Sub Categories"].push_back(name);
         expected["Classes"].push_back(entry);
     }
-    ASSERT_EQ(expected["Classes"].size(), 2u);
     expected["Version"] = expected["Classes"][0]["Version"];
     EXPECT_EQ(json::parse(home.read(k_own + "/Contents/Resources/moduleinfo.json")), expected);
 }
@@ -135,19 +131,18 @@ TEST_F(Library, isLoadedTwiceAndAgain) {
     const std::string copy = "elsewhere/" + k_bundle;
     home.makeFolder("elsewhere");
     fs::copy(home / k_own, home / copy, fs::copy_options::recursive);
-    const std::string state = Bundle(home / k_own).freshState();
+    const std::string state = stateOf(k_own);
     EXPECT_FALSE(state.empty());
     for (int round = 0; round < 3; ++round) {
-        const Bundle first(home / k_own);
+        const TestModule first(home / k_own);
         {
-            const Bundle second(home / k_own), other(home / copy);
-            EXPECT_EQ(first.factory.get(), second.factory.get());
-            EXPECT_NE(first.factory.get(), other.factory.get());
-            EXPECT_EQ(second.freshState(), state);
-            EXPECT_EQ(other.freshState(), state);
+            const TestModule second(home / k_own), other(home / copy);
+            EXPECT_EQ(first.factory(), second.factory());
+            EXPECT_NE(first.factory(), other.factory());
+            EXPECT_EQ(TestInstance(other).save(), state);
         }
         // One that outlives the others' exit.
-        EXPECT_EQ(first.freshState(), state);
+        EXPECT_EQ(TestInstance(first).save(), state);
     }
 }
 
@@ -159,7 +154,7 @@ TEST_F(Library, bringsItsPresetsAndKeepsTheUsers) {
     changed.replace(changed.find(factory), factory.size(), mine);
     const auto before = home.snapshot();
     const auto plays = [&](const std::string& code) {
-        return Bundle(home / k_own).freshState().find(code) != std::string::npos;
+        return stateOf(k_own).find(code) != std::string::npos;
     };
     EXPECT_TRUE(plays(factory));
     for (const auto& [name, content] : before)

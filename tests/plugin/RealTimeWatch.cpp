@@ -25,11 +25,6 @@ void caught(const char* what) {
     if (t_watching && !t_found.call) t_found.call = what;
 }
 
-template <class F>
-F next(const char* name) {
-    return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
-}
-
 #if defined(__x86_64__) && defined(PR_SET_SYSCALL_USER_DISPATCH)
 THREAD_WORD volatile char t_selector = SYSCALL_DISPATCH_FILTER_ALLOW;
 
@@ -116,58 +111,27 @@ void free(void* block) {
     if (block) caught("free");
     __libc_free(block);
 }
-int pthread_mutex_lock(pthread_mutex_t* mutex) {
-    static const auto real = next<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
-    if (t_watching) ++t_found.locks;
-    return real(mutex);
-}
-int pthread_mutex_trylock(pthread_mutex_t* mutex) {
-    static const auto real = next<int (*)(pthread_mutex_t*)>("pthread_mutex_trylock");
-    if (t_watching) ++t_found.locks;
-    return real(mutex);
-}
-int pthread_rwlock_rdlock(pthread_rwlock_t* lock) {
-    static const auto real = next<int (*)(pthread_rwlock_t*)>("pthread_rwlock_rdlock");
-    caught("pthread_rwlock_rdlock");
-    return real(lock);
-}
-int pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
-    static const auto real = next<int (*)(pthread_rwlock_t*)>("pthread_rwlock_wrlock");
-    caught("pthread_rwlock_wrlock");
-    return real(lock);
-}
-int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
-    static const auto real = next<int (*)(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
-    caught("pthread_cond_wait");
-    return real(condition, mutex);
-}
-ssize_t read(int file, void* buffer, size_t size) {
-    static const auto real = next<ssize_t (*)(int, void*, size_t)>("read");
-    caught("read");
-    return real(file, buffer, size);
-}
-ssize_t write(int file, const void* buffer, size_t size) {
-    static const auto real = next<ssize_t (*)(int, const void*, size_t)>("write");
-    caught("write");
-    return real(file, buffer, size);
-}
-int nanosleep(const timespec* time, timespec* rest) {
-    static const auto real = next<int (*)(const timespec*, timespec*)>("nanosleep");
-    caught("nanosleep");
-    return real(time, rest);
-}
-int usleep(useconds_t time) {
-    static const auto real = next<int (*)(useconds_t)>("usleep");
-    caught("usleep");
-    return real(time);
-}
-int sched_yield() {
-    caught("sched_yield");
-    return 0;
-}
-FILE* fopen(const char* path, const char* mode) {
-    static const auto real = next<FILE* (*)(const char*, const char*)>("fopen");
-    caught("fopen");
-    return real(path, mode);
-}
+
+// Replaces a function of the C library by one that runs `note` and goes on to the library's.
+#define WATCH(RESULT, NAME, PARAMETERS, ARGUMENTS, NOTE)                                           \
+    RESULT NAME PARAMETERS {                                                                       \
+        static const auto real = reinterpret_cast<RESULT(*) PARAMETERS>(dlsym(RTLD_NEXT, #NAME));  \
+        NOTE;                                                                                      \
+        return real ARGUMENTS;                                                                     \
+    }
+#define FORBID(RESULT, NAME, PARAMETERS, ARGUMENTS)                                                \
+    WATCH(RESULT, NAME, PARAMETERS, ARGUMENTS, caught(#NAME))
+
+WATCH(int, pthread_mutex_lock, (pthread_mutex_t * mutex), (mutex), ++t_found.locks)
+WATCH(int, pthread_mutex_trylock, (pthread_mutex_t * mutex), (mutex), ++t_found.locks)
+FORBID(int, pthread_rwlock_rdlock, (pthread_rwlock_t * lock), (lock))
+FORBID(int, pthread_rwlock_wrlock, (pthread_rwlock_t * lock), (lock))
+FORBID(int, pthread_cond_wait, (pthread_cond_t * condition, pthread_mutex_t* mutex),
+       (condition, mutex))
+FORBID(ssize_t, read, (int file, void* buffer, size_t size), (file, buffer, size))
+FORBID(ssize_t, write, (int file, const void* buffer, size_t size), (file, buffer, size))
+FORBID(int, nanosleep, (const timespec* time, timespec* rest), (time, rest))
+FORBID(int, usleep, (useconds_t time), (time))
+FORBID(int, sched_yield, (), ())
+FORBID(FILE*, fopen, (const char* path, const char* mode), (path, mode))
 }

@@ -11,8 +11,7 @@
 template <class Interface>
 class HostObject : public Interface {
 public:
-    // `id`: the interface's, for the life of the object. (Not Interface::iid: some of those objects
-    // are a plug-in's to define.)
+    // `id`: the interface's. (Not Interface::iid: some of those are a plug-in's to define.)
     explicit HostObject(const Steinberg::TUID id) : own(id) {}
     virtual ~HostObject() = default;
     HostObject(const HostObject&) = delete;

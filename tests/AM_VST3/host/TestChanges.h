@@ -6,89 +6,130 @@
 #include "pluginterfaces/vst/ivstparameterchanges.h"
 
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
-// The points of one parameter within a block. One thread at a time. Room is made beforehand: adding
-// a point neither allocates nor fails before the room is used up.
+// The points of one parameter. Adding one neither allocates nor fails before the room is used up.
 class TestQueue : public HostObject<Steinberg::Vst::IParamValueQueue> {
 public:
     struct Point {
         i32 offset; // frames
         f64 value;  // normalised
     };
-
-    explicit TestQueue(u32 points)
-        : HostObject(Steinberg::Vst::IParamValueQueue_iid), reserved(points) {
-        content.reserve(points);
+    explicit TestQueue(u32 room) : HostObject(Steinberg::Vst::IParamValueQueue_iid) {
+        points.reserve(room);
     }
 
-    // Counts one point more than can be read: asking for the last one fails.
-    void breakLast() { broken = true; }
-    const std::vector<Point>& points() const { return content; }
-    // Empties the queue for another parameter.
-    void reset(Steinberg::Vst::ParamID id);
-
-    Steinberg::Vst::ParamID PLUGIN_API getParameterId() override { return parameter; }
-    Steinberg::int32 PLUGIN_API getPointCount() override;
+    Steinberg::Vst::ParamID PLUGIN_API getParameterId() override { return id; }
+    Steinberg::int32 PLUGIN_API getPointCount() override {
+        return static_cast<i32>(points.size()) + (broken ? 1 : 0);
+    }
     Steinberg::tresult PLUGIN_API getPoint(Steinberg::int32 index, Steinberg::int32& offset,
-                                           Steinberg::Vst::ParamValue& value) override;
+                                           Steinberg::Vst::ParamValue& value) override {
+        if (index < 0 || static_cast<size_t>(index) >= points.size())
+            return Steinberg::kResultFalse;
+        offset = points[static_cast<size_t>(index)].offset;
+        value = points[static_cast<size_t>(index)].value;
+        return Steinberg::kResultOk;
+    }
     Steinberg::tresult PLUGIN_API addPoint(Steinberg::int32 offset,
                                            Steinberg::Vst::ParamValue value,
-                                           Steinberg::int32& index) override;
+                                           Steinberg::int32& index) override {
+        if (points.size() == points.capacity()) return Steinberg::kOutOfMemory;
+        index = static_cast<i32>(points.size());
+        points.push_back({offset, value});
+        return Steinberg::kResultOk;
+    }
 
-private:
-    const u32 reserved;
-    Steinberg::Vst::ParamID parameter = 0;
-    bool broken = false;
-    std::vector<Point> content;
+    Steinberg::Vst::ParamID id = 0;
+    std::vector<Point> points;
+    bool broken = false; // counts one point more than can be read
 };
 
-// The queues of a block, in the order in which they were added; for input and for output.
+// The queues of a block, for input and for output.
 class TestChanges : public HostObject<Steinberg::Vst::IParameterChanges> {
 public:
     // Has room for that many queues of that many points and gives no more.
-    explicit TestChanges(u32 queues = 64, u32 points = 16);
+    explicit TestChanges(u32 queues = 64, u32 points = 16)
+        : HostObject(Steinberg::Vst::IParameterChanges_iid) {
+        while (room.size() < queues)
+            room.push_back(std::make_unique<TestQueue>(points));
+    }
 
-    // Adds a point to the parameter's queue, which is made if it is not there. Points of a queue
-    // are to be added in order of offset. Throws std::length_error when there is no room.
-    TestChanges& add(Steinberg::Vst::ParamID id, f64 value, i32 offset = 0);
+    // Adds a point to the parameter's queue. Throws std::length_error when there is no room.
+    TestChanges& add(Steinberg::Vst::ParamID id, f64 value, i32 offset = 0) {
+        i32 index = 0;
+        auto* queue = addParameterData(id, index);
+        if (!queue || queue->addPoint(offset, value, index) != Steinberg::kResultOk)
+            throw std::length_error("more changes than there is room for");
+        return *this;
+    }
     // The queue of a parameter, or null.
-    TestQueue* find(Steinberg::Vst::ParamID id);
-    // The queue at `index`, which must exist.
-    TestQueue& at(i32 index) { return *room[static_cast<size_t>(index)]; }
-    i32 size() const { return used; }
+    TestQueue* find(Steinberg::Vst::ParamID id) {
+        for (size_t i = 0; i < used; ++i)
+            if (room[i]->id == id) return room[i].get();
+        return nullptr;
+    }
+    i32 size() const { return static_cast<i32>(used); }
     void clear() { used = 0; }
 
-    Steinberg::int32 PLUGIN_API getParameterCount() override { return used; }
-    Steinberg::Vst::IParamValueQueue* PLUGIN_API getParameterData(Steinberg::int32 index) override;
-    // The parameter's queue, or null when there is no room for another.
+    Steinberg::int32 PLUGIN_API getParameterCount() override { return size(); }
+    Steinberg::Vst::IParamValueQueue* PLUGIN_API getParameterData(Steinberg::int32 index) override {
+        return index >= 0 && index < size() ? room[static_cast<size_t>(index)].get() : nullptr;
+    }
     Steinberg::Vst::IParamValueQueue* PLUGIN_API addParameterData(const Steinberg::Vst::ParamID& id,
-                                                                  Steinberg::int32& index) override;
+                                                                  Steinberg::int32&) override {
+        if (TestQueue* found = find(id)) return found;
+        if (used == room.size()) return nullptr;
+        TestQueue* queue = room[used++].get();
+        queue->id = id;
+        queue->points.clear();
+        queue->broken = false;
+        return queue;
+    }
 
 private:
     std::vector<std::unique_ptr<TestQueue>> room;
-    i32 used = 0;
+    size_t used = 0;
 };
 
 // The events of a block.
 class TestEvents : public HostObject<Steinberg::Vst::IEventList> {
 public:
+    using Event = Steinberg::Vst::Event;
     TestEvents() : HostObject(Steinberg::Vst::IEventList_iid) {}
 
-    // `velocity` 0 to 1, `cents` of detuning, `id` -1 for none.
-    void noteOn(i32 offset, i32 channel, i32 pitch, f32 velocity, i32 id = -1, f32 cents = 0.0f);
-    void noteOff(i32 offset, i32 channel, i32 pitch, i32 id = -1, f32 cents = 0.0f);
-    void polyPressure(i32 offset, i32 channel, i32 pitch, f32 pressure);
-    // From now on asking for the event at `index` fails.
-    void breakAt(i32 index) { broken = index; }
-    void clear() { content.clear(); }
+    // `velocity` 0 to 1, 0 for a note off; `cents` of detuning; `id` -1 for none.
+    void note(i32 offset, Steinberg::int16 channel, Steinberg::int16 pitch, f32 velocity,
+              i32 id = -1, f32 cents = 0.0f) {
+        Event event{};
+        event.sampleOffset = offset;
+        event.type = velocity > 0 ? Event::kNoteOnEvent : Event::kNoteOffEvent;
+        if (velocity > 0)
+            event.noteOn = {channel, pitch, cents, velocity, 0, id};
+        else
+            event.noteOff = {channel, pitch, 0.5f, id, cents};
+        list.push_back(event);
+    }
+    void pressure(i32 offset, Steinberg::int16 channel, Steinberg::int16 pitch, f32 pressure) {
+        Event event{};
+        event.type = Event::kPolyPressureEvent;
+        event.sampleOffset = offset;
+        event.polyPressure = {channel, pitch, pressure, -1};
+        list.push_back(event);
+    }
 
-    Steinberg::int32 PLUGIN_API getEventCount() override;
-    Steinberg::tresult PLUGIN_API getEvent(Steinberg::int32 index,
-                                           Steinberg::Vst::Event& event) override;
-    Steinberg::tresult PLUGIN_API addEvent(Steinberg::Vst::Event& event) override;
+    Steinberg::int32 PLUGIN_API getEventCount() override { return static_cast<i32>(list.size()); }
+    Steinberg::tresult PLUGIN_API getEvent(Steinberg::int32 index, Event& event) override {
+        if (index == broken) return Steinberg::kResultFalse;
+        event = list.at(static_cast<size_t>(index));
+        return Steinberg::kResultOk;
+    }
+    Steinberg::tresult PLUGIN_API addEvent(Event& event) override {
+        list.push_back(event);
+        return Steinberg::kResultOk;
+    }
 
-private:
-    i32 broken = -1;
-    std::vector<Steinberg::Vst::Event> content;
+    std::vector<Event> list;
+    i32 broken = -1; // the index of an event that can't be read
 };

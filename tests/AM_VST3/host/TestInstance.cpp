@@ -1,15 +1,13 @@
 #include "TestInstance.h"
 
-#include "TestText.h"
-
 #include <algorithm>
 #include <stdexcept>
 
 using namespace Steinberg::Vst;
 using Steinberg::FUnknownPtr;
-using Steinberg::kNotImplemented;
 using Steinberg::kResultOk;
 using Steinberg::tresult;
+using Connection = TestWiring::Connection;
 
 namespace {
 
@@ -21,67 +19,36 @@ void require(bool done, const char* step) {
 
 TestInstance::TestInstance(const TestModule& module, TestWiring inWiring)
     : context(inWiring.runLoop), handler(inWiring.secondHandler), wiring(inWiring) {
-    create(module);
-    initialize();
-    if (wiring.handler)
-        require(edit->setComponentHandler(&handler) == kResultOk, "setComponentHandler");
-    connect();
-    TestStream state;
-    require(audio->getState(&state) == kResultOk, "getState");
-    state.rewind();
-    require(edit->setComponentState(&state) == kResultOk, "setComponentState");
-}
-
-void TestInstance::create(const TestModule& module) {
-    for (i32 i = 0; i < module.classes() && !audio; ++i) {
-        const Steinberg::PClassInfo2 info = module.classInfo(i);
-        if (std::string(info.category) == kVstAudioEffectClass)
-            audio = module.create<IComponent>(info.cid);
-    }
-    require(audio != nullptr, "creating the component");
+    audio = module.create<IComponent>(module.classInfo(0).cid);
     processing = FUnknownPtr<IAudioProcessor>(audio);
-    require(processing != nullptr, "IAudioProcessor");
+    require(processing, "creating the component");
     Steinberg::TUID controllerClass{};
     require(audio->getControllerClassId(controllerClass) == kResultOk, "getControllerClassId");
     edit = module.create<IEditController>(controllerClass);
-    require(edit != nullptr, "creating the controller");
-}
+    require(edit, "creating the controller");
 
-void TestInstance::initialize() {
-    Steinberg::FUnknown* host = wiring.context ? &context : nullptr;
     Steinberg::IPluginBase* halves[2] = {audio, edit};
     if (wiring.controllerFirst) std::swap(halves[0], halves[1]);
     for (Steinberg::IPluginBase* half : halves)
-        require(half->initialize(host) == kResultOk, "initialize");
-}
-
-void TestInstance::connect() {
-    using Connection = TestWiring::Connection;
-    if (wiring.connection == Connection::None) return;
-    FUnknownPtr<IConnectionPoint> audioPoint(audio);
-    FUnknownPtr<IConnectionPoint> editPoint(edit);
-    require(audioPoint && editPoint, "IConnectionPoint");
-    IConnectionPoint* toEdit = editPoint;
-    IConnectionPoint* toAudio = audioPoint;
-    if (wiring.connection != Connection::Direct) {
-        const bool strict = wiring.connection == Connection::StrictProxy;
-        controllerProxy = std::make_unique<ConnectionProxy>(editPoint, strict);
-        componentProxy = std::make_unique<ConnectionProxy>(audioPoint, strict);
-        toEdit = controllerProxy.get();
-        toAudio = componentProxy.get();
+        require(half->initialize(wiring.context ? &context : nullptr) == kResultOk, "initialize");
+    if (wiring.handler)
+        require(edit->setComponentHandler(&handler) == kResultOk, "setComponentHandler");
+    if (wiring.connection == Connection::Proxy) {
+        controllerProxy = std::make_unique<ConnectionProxy>(FUnknownPtr<IConnectionPoint>(edit));
+        componentProxy = std::make_unique<ConnectionProxy>(FUnknownPtr<IConnectionPoint>(audio));
     }
-    require(audioPoint->connect(toEdit) == kResultOk, "connect of the component");
-    require(editPoint->connect(toAudio) == kResultOk, "connect of the controller");
+    if (wiring.connection != Connection::None)
+        forBothHalves([](const Point& half, IConnectionPoint* peer) {
+            require(half->connect(peer) == kResultOk, "connect");
+        });
+    TestStream state(save());
+    require(edit->setComponentState(&state) == kResultOk, "setComponentState");
 }
 
-void TestInstance::disconnect() {
-    if (wiring.connection == TestWiring::Connection::None || !wiring.disconnects) return;
-    FUnknownPtr<IConnectionPoint> audioPoint(audio);
-    FUnknownPtr<IConnectionPoint> editPoint(edit);
-    IConnectionPoint* toEdit = editPoint;
-    IConnectionPoint* toAudio = audioPoint;
-    audioPoint->disconnect(controllerProxy ? controllerProxy.get() : toEdit);
-    editPoint->disconnect(componentProxy ? componentProxy.get() : toAudio);
+void TestInstance::forBothHalves(const std::function<void(Point, IConnectionPoint*)>& body) {
+    FUnknownPtr<IConnectionPoint> audioPoint(audio), editPoint(edit);
+    body(audioPoint, controllerProxy ? controllerProxy.get() : editPoint.getInterface());
+    body(editPoint, componentProxy ? componentProxy.get() : audioPoint.getInterface());
 }
 
 TestInstance::~TestInstance() {
@@ -91,39 +58,33 @@ TestInstance::~TestInstance() {
 void TestInstance::takeDown() {
     if (!audio) return;
     stop();
-    disconnect();
-    if (wiring.componentEndsFirst) {
+    if (wiring.connection != Connection::None && wiring.disconnects)
+        forBothHalves([](const Point& half, IConnectionPoint* peer) { half->disconnect(peer); });
+    const auto endComponent = [this] {
         audio->terminate();
         processing = nullptr;
         audio = nullptr;
-    }
+    };
+    if (wiring.componentEndsFirst) endComponent();
     if (wiring.handler) edit->setComponentHandler(nullptr);
     edit->terminate();
     edit = nullptr;
-    if (audio) audio->terminate();
-    processing = nullptr;
-    audio = nullptr;
+    if (audio) endComponent();
 }
 
-void TestInstance::activateBuses(bool state) {
+void TestInstance::start(f64 rate, i32 mode) {
+    SpeakerArrangement input = SpeakerArr::kStereo, output = SpeakerArr::kStereo;
+    require(processing->setBusArrangements(&input, 1, &output, 1) == kResultOk, "arranging");
     for (const MediaType type : {kAudio, kEvent})
         for (const BusDirection direction : {kInput, kOutput})
             for (i32 i = 0; i < audio->getBusCount(type, direction); ++i)
-                require(audio->activateBus(type, direction, i, state) == kResultOk, "activateBus");
-}
-
-void TestInstance::start(const TestSetup& setup) {
-    SpeakerArrangement input = setup.input;
-    SpeakerArrangement output = setup.output;
-    processing->setBusArrangements(&input, 1, &output, 1);
-    activateBuses(true);
-    ProcessSetup wanted{setup.mode, kSample32, setup.maxBlock, setup.rate};
+                require(audio->activateBus(type, direction, i, true) == kResultOk, "activateBus");
+    ProcessSetup wanted{mode, kSample32, 8192, rate};
     require(processing->setupProcessing(wanted) == kResultOk, "setupProcessing");
-    mode = setup.mode;
+    processMode = mode;
     require(audio->setActive(true) == kResultOk, "setActive");
     started = true;
-    const tresult result = processing->setProcessing(true);
-    require(result == kResultOk || result == kNotImplemented, "setProcessing");
+    processing->setProcessing(true); // may be unknown
 }
 
 void TestInstance::stop() {
@@ -134,20 +95,18 @@ void TestInstance::stop() {
 }
 
 tresult TestInstance::process(ProcessData& data) {
-    data.processMode = mode;
-    const bool lends = !data.inputParameterChanges && turned.size() > 0;
-    if (lends) data.inputParameterChanges = &turned;
+    data.processMode = processMode;
+    if (data.inputParameterChanges || turned.size() == 0) return processing->process(data);
+    data.inputParameterChanges = &turned;
     const tresult result = processing->process(data);
-    if (lends) {
-        data.inputParameterChanges = nullptr;
-        turned.clear();
-    }
+    data.inputParameterChanges = nullptr;
+    turned.clear();
     return result;
 }
 
 StereoBuffer TestInstance::run(const StereoBuffer& input, const std::vector<i32>& sizes,
                                bool inPlace, const BeforeBlock& before) {
-    const i32 longest = sizes.empty() ? 0 : *std::ranges::max_element(sizes);
+    const i32 longest = *std::ranges::max_element(sizes);
     require(longest > 0, "a block of at least one frame");
     TestBuffers buffers(longest);
     if (inPlace) buffers.inPlace();
@@ -178,35 +137,26 @@ std::vector<ParameterInfo> TestInstance::parameters() const {
 }
 
 ParamID TestInstance::find(const std::string& title) const {
-    ParamID found = kNoParamId;
-    for (const ParameterInfo& info : parameters()) {
-        if (toUtf8(info.title) != title) continue;
-        if (found != kNoParamId) throw std::out_of_range("several parameters " + title);
-        found = info.id;
-    }
-    if (found == kNoParamId) throw std::out_of_range("no parameter " + title);
-    return found;
+    for (const ParameterInfo& info : parameters())
+        if (toUtf8(info.title) == title) return info.id;
+    throw std::runtime_error("no parameter " + title);
 }
 
 void TestInstance::turn(ParamID id, f64 normalised) {
     require(edit->setParamNormalized(id, normalised) == kResultOk, "setParamNormalized");
-    if (TestQueue* queue = turned.find(id)) queue->reset(id);
+    if (TestQueue* queue = turned.find(id)) queue->points.clear();
     turned.add(id, normalised);
 }
 
-TestState TestInstance::save() const {
-    TestStream forComponent;
-    TestStream forController;
-    require(audio->getState(&forComponent) == kResultOk, "getState");
-    require(edit->getState(&forController) == kResultOk, "getState of the controller");
-    return {forComponent.bytes(), forController.bytes()};
+std::string TestInstance::save() const {
+    TestStream state;
+    require(audio->getState(&state) == kResultOk, "getState");
+    return state.bytes();
 }
 
-void TestInstance::load(const TestState& state) {
-    TestStream component(state.component);
+void TestInstance::load(const std::string& state) {
+    TestStream component(state), again(state), none;
     require(audio->setState(&component) == kResultOk, "setState");
-    component.rewind();
-    require(edit->setComponentState(&component) == kResultOk, "setComponentState");
-    TestStream controller(state.controller);
-    require(edit->setState(&controller) == kResultOk, "setState of the controller");
+    require(edit->setComponentState(&again) == kResultOk, "setComponentState");
+    require(edit->setState(&none) == kResultOk, "setState of the controller");
 }

@@ -1,14 +1,13 @@
 // One plug-in within the host: both halves, wired up, run and taken down as hosts do it.
 #pragma once
 
-#include "ConnectionProxy.h"
+#include "base/source/fstring.h"
 #include "plugin/Signals.h"
 #include "pluginterfaces/vst/ivstaudioprocessor.h"
 #include "pluginterfaces/vst/ivstcomponent.h"
 #include "TestBuffers.h"
 #include "TestChanges.h"
-#include "TestHandler.h"
-#include "TestHostContext.h"
+#include "TestHost.h"
 #include "TestModule.h"
 #include "TestStream.h"
 
@@ -17,40 +16,31 @@
 #include <string>
 #include <vector>
 
+// The host's 16-bit characters, up to the first null, as UTF-8.
+inline std::string toUtf8(const Steinberg::Vst::TChar* text) {
+    Steinberg::String string(text);
+    string.toMultiByte(Steinberg::kCP_Utf8);
+    return string.text8();
+}
+
 // Where hosts differ.
 struct TestWiring {
-    enum class Connection { None, Direct, Proxy, StrictProxy };
-    Connection connection = Connection::Direct; // strict: refuses messages of other threads
-    bool controllerFirst = false;               // is initialised before the component
-    bool componentEndsFirst = false;            // is terminated and released before the controller
-    bool disconnects = true;                    // before it terminates
-    bool context = true;                        // null otherwise
-    bool runLoop = false;                       // offered by the context
+    enum class Connection { None, Direct, Proxy };
+    Connection connection = Connection::Direct;
+    bool controllerFirst = false;    // is initialised before the component
+    bool componentEndsFirst = false; // is terminated and released before the controller
+    bool disconnects = true;         // before it terminates
+    bool context = true;             // null otherwise
+    bool runLoop = false;            // offered by the context
     bool handler = true;
     bool secondHandler = true; // the handler's newer interface
-};
-
-struct TestSetup {
-    f64 rate = 48000.0; // Hz
-    i32 maxBlock = 8192;
-    i32 mode = Steinberg::Vst::kRealtime;
-    Steinberg::Vst::SpeakerArrangement input = Steinberg::Vst::SpeakerArr::kStereo;
-    Steinberg::Vst::SpeakerArrangement output = Steinberg::Vst::SpeakerArr::kStereo;
-};
-
-// What a host keeps in its project.
-struct TestState {
-    std::string component;
-    std::string controller;
-    bool operator==(const TestState&) const = default;
 };
 
 // Steps that a plug-in has to take throw std::runtime_error with the step's name if it does not.
 // Everything on the thread that made it; process() and run() on any other, while nothing is turned.
 class TestInstance {
 public:
-    // Creates the first audio class of the module and its controller, initialises and connects
-    // them.
+    // Creates the component and its controller, initialises and connects them.
     explicit TestInstance(const TestModule& module, TestWiring wiring = {});
     ~TestInstance();
     TestInstance(const TestInstance&) = delete;
@@ -69,47 +59,41 @@ public:
         return Steinberg::FUnknownPtr<Interface>(edit);
     }
 
-    // The proxies, null without: `toController` is what the component holds.
-    ConnectionProxy* toController() const { return controllerProxy.get(); }
-    ConnectionProxy* toComponent() const { return componentProxy.get(); }
-
-    // Asks for the arrangements (a refusal is no fault), activates all buses, sets up, activates
-    // and starts processing.
-    void start(const TestSetup& setup = {});
+    // Activates all buses, sets up, activates and starts processing.
+    void start(f64 rate = 48000.0, i32 mode = Steinberg::Vst::kRealtime);
     // Stops processing and deactivates. No-op if it is not started.
     void stop();
 
     // A process call. What was turned before goes with it if `data` has no changes of its own.
     Steinberg::tresult process(Steinberg::Vst::ProcessData& data);
     // Sends a signal through in blocks of the sizes given, over and over (one above 0 at least).
-    // The output is as long as the input. `before` may change a block's data, and is told the
-    // position of its first frame. Throws std::runtime_error if a call fails or writes outside its
-    // buffers.
+    // `before` may change a block's data, and is told the position of its first frame. Throws if a
+    // call fails or writes outside its buffers.
     using BeforeBlock = std::function<void(Steinberg::Vst::ProcessData& data, size_t position)>;
     StereoBuffer run(const StereoBuffer& input, const std::vector<i32>& sizes = {512},
                      bool inPlace = false, const BeforeBlock& before = {});
 
     std::vector<Steinberg::Vst::ParameterInfo> parameters() const;
-    // The id of the only parameter of this title; throws std::out_of_range if there is not one.
+    // The id of the parameter of this title; throws if there is none.
     Steinberg::Vst::ParamID find(const std::string& title) const;
     // The controller's value, normalised.
     f64 value(Steinberg::Vst::ParamID id) const { return edit->getParamNormalized(id); }
     // Moves a parameter as a host's own knob does: in the controller, and with the next block.
     void turn(Steinberg::Vst::ParamID id, f64 normalised);
 
-    TestState save() const;
-    // Hands the component its state, tells the controller of it, and hands it its own.
-    void load(const TestState& state);
+    // The component's state, as a host keeps it in its project.
+    std::string save() const;
+    // Hands the component its state and tells the controller of it.
+    void load(const std::string& state);
 
     TestHostContext context;
     TestHandler handler;
 
 private:
-    void create(const TestModule& module);
-    void initialize();
-    void connect();
-    void disconnect();
-    void activateBuses(bool state);
+    // For each half what it is connected to: the other one, or what stands for it.
+    using Point = Steinberg::IPtr<Steinberg::Vst::IConnectionPoint>;
+    void
+    forBothHalves(const std::function<void(Point half, Steinberg::Vst::IConnectionPoint* peer)>&);
 
     const TestWiring wiring;
     // In this order: the plug-in goes before what it may hold of the host's.
@@ -119,6 +103,6 @@ private:
     Steinberg::IPtr<Steinberg::Vst::IComponent> audio;
     Steinberg::IPtr<Steinberg::Vst::IAudioProcessor> processing;
     Steinberg::IPtr<Steinberg::Vst::IEditController> edit;
-    i32 mode = Steinberg::Vst::kRealtime;
+    i32 processMode = Steinberg::Vst::kRealtime;
     bool started = false;
 };
