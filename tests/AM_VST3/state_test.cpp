@@ -88,8 +88,6 @@ protected:
 
 } // namespace
 
-// --- orders ------------------------------------------------------------------------------------
-
 TEST_F(State, ComesBackInEveryOrderAndWiring) {
     for (const std::string& state : {fresh, coded, locked}) {
         StereoBuffer first;
@@ -181,8 +179,6 @@ TEST_F(State, HandedOverLaterLeavesLockedRowsAlone) {
     EXPECT_EQ(instance.value(instance.find("Feedback")), 0.85f);
 }
 
-// --- what is no state --------------------------------------------------------------------------
-
 TEST_F(State, ThatIsDamagedChangesNothing) {
     const std::string text = coded.substr(k_headSize);
     std::vector<std::string> damaged = {
@@ -245,14 +241,8 @@ TEST_F(State, PassesThroughTheStreamsOfAwkwardHosts) {
     EXPECT_EQ(instance.save(), "");
 }
 
-// --- older builds ------------------------------------------------------------------------------
-
-std::string keptPath(const std::string& file) {
-    return GLASSMERE_STATES "/" + file + ".state";
-}
-
 TEST_F(State, OfOlderBuildsIsRead) {
-    // As these builds wrote them. Never changed, only added to.
+    // As hosts got them of these builds. Never changed, only added to.
     const struct {
         const char* file;
         f64 feedback, wet, bypass; // percent, percent, normalised
@@ -266,7 +256,7 @@ TEST_F(State, OfOlderBuildsIsRead) {
     for (const auto& [file, feedback, wet, bypass, lines] : kept) {
         SCOPED_TRACE(file);
         std::ostringstream bytes;
-        bytes << std::ifstream(keptPath(file), std::ios::binary).rdbuf();
+        bytes << std::ifstream(std::string(GLASSMERE_STATES "/") + file + ".state").rdbuf();
         TestInstance instance(module);
         instance.load(bytes.str());
         EXPECT_NEAR(plain(instance, instance.find("Feedback")), feedback, 1e-4);
@@ -276,24 +266,4 @@ TEST_F(State, OfOlderBuildsIsRead) {
         for (const char* line : lines)
             EXPECT_TRUE(has(again, line)) << line << " is not in\n" << again;
     }
-}
-
-// Adds what a new version of the plug-in is to be known by: name the files here and above, then run
-// test_vst3 --gtest_also_run_disabled_tests --gtest_filter='*WritesStatesToKeep' and commit them.
-// Files that are there stay as they are.
-TEST_F(State, DISABLED_WritesStatesToKeep) {
-    TestInstance played(module);
-    played.load(changed(fresh, "Params", "'DTNZ5823-LAKE'\n#lock=FDN:Params"));
-    played.start();
-    for (const auto& [title, value] : std::vector<std::pair<const char*, f64>>{
-             {"Feedback", 0.75}, {"Wet", 0.5}, {"Dry", 0.25}, {"Swing", 0.125}, {"PAGE", 0.025}})
-        played.turn(played.find(title), value);
-    played.run(noise(512));
-    for (const auto& [file, state] :
-         std::vector<std::pair<const char*, std::string>>{{"1.0.0-default", fresh},
-                                                          {"1.0.0-code", coded},
-                                                          {"1.0.0-bypassed", locked},
-                                                          {"1.0.0-played", played.save()}})
-        if (!std::ifstream(keptPath(file)))
-            std::ofstream(keptPath(file), std::ios::binary) << state;
 }

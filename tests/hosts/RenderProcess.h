@@ -1,17 +1,17 @@
 // Runs glassmere-render as a process, and makes and reads the sound files around it.
 #pragma once
 
+#include "AM_Files/TemporaryFolder.h"
+
 #include <sndfile.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <random>
 #include <spawn.h>
 #include <string>
@@ -27,39 +27,21 @@ struct ProcessResult {
     std::string errors;
 };
 
-// A folder of its own for one test, deleted with it.
-class TestFolder {
-public:
-    TestFolder() {
-        std::string pattern = std::filesystem::temp_directory_path() / "glassmere-test-XXXXXX";
-        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
-        path = pattern;
-    }
-    ~TestFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    std::string operator/(const std::string& name) const { return (path / name).string(); }
-    // Names of the files in it, hidden ones too, sorted; without those of the process's texts.
+// A folder of its own for one test.
+struct TestFolder : TemporaryFolder {
+    // What is in it, sorted; without the process's texts.
     std::vector<std::string> files() const {
         std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(path))
-            names.push_back(entry.path().filename().string());
-        std::erase(names, ".stdout");
-        std::erase(names, ".stderr");
-        std::sort(names.begin(), names.end());
+        for (const auto& [name, content] : snapshot())
+            if (name != ".stdout" && name != ".stderr") names.push_back(name);
         return names;
     }
-
-private:
-    std::filesystem::path path;
 };
 
 // Starts the renderer; standard output and error go to files in `folder`.
 class RenderProcess {
 public:
-    RenderProcess(const TestFolder& folder, Arguments arguments)
-        : texts{folder / ".stdout", folder / ".stderr"} {
+    RenderProcess(const TestFolder& inFolder, Arguments arguments) : folder(inFolder) {
         std::string program = GLASSMERE_RENDER;
         std::vector<char*> pointers = {program.data()};
         for (std::string& argument : arguments)
@@ -67,8 +49,8 @@ public:
         pointers.push_back(nullptr);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        for (int i = 0; i < 2; ++i)
-            posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO + i, texts[i].c_str(),
+        for (const auto& [file, name] : {std::pair{1, ".stdout"}, {2, ".stderr"}})
+            posix_spawn_file_actions_addopen(&actions, file, (folder / name).c_str(),
                                              O_WRONLY | O_CREAT | O_TRUNC, 0600);
         const int error =
             posix_spawn(&pid, program.c_str(), &actions, nullptr, pointers.data(), environ);
@@ -83,19 +65,15 @@ public:
     ProcessResult wait() {
         if (!ended) waitpid(pid, &status, 0);
         ended = true;
-        const auto read = [](const std::string& path) {
-            std::ifstream file(path);
-            return std::string(std::istreambuf_iterator<char>(file), {});
-        };
         const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        return {code, read(texts[0]), read(texts[1])};
+        return {code, folder.read(".stdout"), folder.read(".stderr")};
     }
 
 private:
     pid_t pid = -1;
     int status = 0;
     bool ended = false;
-    std::string texts[2]; // of standard output and error
+    const TestFolder& folder;
 };
 
 inline ProcessResult render(const TestFolder& folder, const Arguments& arguments) {

@@ -8,7 +8,6 @@
 
 #include <clocale>
 #include <cstdlib>
-#include <thread>
 
 namespace {
 
@@ -33,8 +32,6 @@ bool load(Plugin& plugin, const std::string& text, bool inSong = true) {
 
 std::string randomText(std::mt19937& engine, size_t most) {
     static const char* const pieces[] = {"a",
-                                         "Zz",
-                                         " ",
                                          "'",
                                          "\"",
                                          "$$$$9",
@@ -46,11 +43,10 @@ std::string randomText(std::mt19937& engine, size_t most) {
                                          "\t",
                                          "#cm=FDN",
                                          "=",
+                                         " Zz",
                                          "caf\xc3\xa9",
-                                         "\xe6\xae\x8b\xe9\x9f\xbf",
-                                         "\xd0\xb7\xd0\xb2\xd1\x83\xd0\xba",
-                                         "\xf0\x9f\x8e\xb5",
-                                         "\xd8\xb5\xd8\xaf\xd9\x89"};
+                                         "\xd0\xb7\xd0\xb2",
+                                         "\xe6\xae\x8b\xe9\x9f\xbf\xf0\x9f\x8e\xb5"};
     std::string text;
     for (u32 n = engine() % 24; n > 0; --n) {
         const char* piece = pieces[engine() % std::size(pieces)];
@@ -184,24 +180,6 @@ TEST(PluginState, HostileTextsAreDoneWithQuickly) {
     load(plugin, text);
     EXPECT_EQ(plugin.code(), "press button") << "the last text that named anything named FB";
     EXPECT_LT(log.count(""), 2000);
-}
-
-TEST(PluginState, IsSavedAndLoadedWhileBlocksRun) {
-    Plugin plugin(48000, "FTUR237S-ROOM");
-    const std::string text = save(plugin);
-    std::atomic<bool> done{false};
-    std::thread audio([&] {
-        while (!done.load())
-            plugin.run(noise(512), 64);
-    });
-    for (i32 i = 0; i < 40; ++i) {
-        plugin.set("FB", static_cast<f32>(i));
-        EXPECT_TRUE(load(plugin, i % 2 ? text : save(plugin)));
-    }
-    done = true;
-    audio.join();
-    ASSERT_TRUE(load(plugin, text));
-    EXPECT_EQ(save(plugin), text);
 }
 
 } // namespace
