@@ -37,11 +37,6 @@ bool eventually(const Condition& holds) {
     return holds();
 }
 
-std::string changed(std::string state, const std::string& from, const std::string& to) {
-    EXPECT_EQ(from.size(), to.size()) << "the size stands in front";
-    return state.replace(state.find("\n" + from) + 1, to.size(), to);
-}
-
 // A block on an audio thread of its own.
 void play(TestInstance& instance, i32 frames = 512, TestChanges* input = nullptr,
           TestChanges* output = nullptr) {
@@ -62,7 +57,12 @@ Calls edits(ParamID id, f64 value) {
 const Calls k_restartedForValues = {{Kind::Restart, 0, f64{kParamValuesChanged}}};
 
 struct Notices : testing::Test {
+    Notices() { quarter.replace(quarter.find("\nFB=88.00"), 9, "\nFB=25.00"); }
+
     const TestModule module{GLASSMERE_BUNDLE};
+    const ParamID feedback = TestInstance(module).find("Feedback");
+    const ParamID button = TestInstance(module).find("Random Model");
+    std::string quarter = TestInstance(module).save(); // a project with that much feedback
 };
 
 void connect(TestInstance& instance) {
@@ -101,7 +101,7 @@ TEST_F(Notices, TellOfNewCodesAndOfNothingElse) {
                 instance.context.loop.advance(50);
             }
             TestChanges press;
-            press.add(instance.find("Random Model"), 1.0);
+            press.add(button, 1.0);
             for (size_t presses = 1; presses <= 2; ++presses) {
                 play(instance, 512, &press);
                 instance.context.loop.advance(50);
@@ -125,7 +125,6 @@ TEST_F(Notices, TellOfWhatMidiMoves) {
     for (const bool runLoop : {true, false}) {
         TestInstance instance(module, {.runLoop = runLoop});
         instance.start();
-        const ParamID feedback = instance.find("Feedback");
         for (const f64 value : {1.0, 0.0}) {
             TestChanges input, output;
             play(instance, 64, &input.add(k_volumeController, 0.25));
@@ -175,20 +174,16 @@ TEST_F(Notices, TellOfALatencyThatTheHostDoesNotKnow) {
     }
 }
 
-// --- how the halves meet -----------------------------------------------------------------------
-
 TEST_F(Notices, ReachControllersThatAreConnectedLate) {
     TestInstance instance(module, {.connection = Connection::None, .runLoop = true});
-    const ParamID feedback = instance.find("Feedback");
     const f64 before = instance.value(feedback);
-    const std::string state = changed(instance.save(), "FB=88.00", "FB=25.00");
     instance.context.refusesMessages = true;
     connect(instance);
     instance.start();
-    TestStream stream(state);
+    TestStream stream(quarter);
     EXPECT_EQ(instance.component()->setState(&stream), kResultOk);
     EXPECT_EQ(instance.value(feedback), before) << "of a manager of its own";
-    EXPECT_EQ(instance.save(), state);
+    EXPECT_EQ(instance.save(), quarter);
     const u32 asked = instance.context.messagesAsked;
     EXPECT_GE(asked, 2u) << "at connection and activation";
     instance.context.refusesMessages = false;
@@ -211,7 +206,6 @@ TEST_F(Notices, ReachControllersThatAreConnectedLate) {
 TEST_F(Notices, ComeFromNoForgedAddress) {
     TestInstance instance(module, {.connection = Connection::Proxy, .runLoop = true});
     EXPECT_EQ(instance.context.messagesAsked, 1u) << "with the connection";
-    const std::string state = changed(instance.save(), "FB=88.00", "FB=25.00");
     const auto object = reinterpret_cast<i64>(instance.component());
     for (const i64 address : {i64{0}, i64{1}, i64{-1}, i64{0x1000}, object, object + 8})
         send(instance, "audioPtr", address);
@@ -219,10 +213,10 @@ TEST_F(Notices, ComeFromNoForgedAddress) {
     send(instance, nullptr, object);
     EXPECT_EQ(instance.controllerAs<IConnectionPoint>()->notify(nullptr), kResultOk);
     instance.start();
-    instance.load(state);
-    EXPECT_EQ(instance.value(instance.find("Feedback")), 0.25);
+    instance.load(quarter);
+    EXPECT_EQ(instance.value(feedback), 0.25);
     TestChanges press;
-    play(instance, 512, &press.add(instance.find("Random Model"), 1.0));
+    play(instance, 512, &press.add(button, 1.0));
     instance.context.loop.advance(50);
     EXPECT_EQ(instance.handler.calls(), (Calls{{Kind::Dirty, 0, 1.0}}));
     EXPECT_EQ(instance.context.messagesAsked, 1u);
@@ -230,11 +224,9 @@ TEST_F(Notices, ComeFromNoForgedAddress) {
 
 TEST_F(Notices, EndWithTheProcessorAndComeBackWithIt) {
     TestInstance instance(module, {.runLoop = true});
-    const ParamID feedback = instance.find("Feedback");
-    const std::string state = changed(instance.save(), "FB=88.00", "FB=25.00");
     instance.component()->terminate();
     instance.context.loop.advance(200);
-    TestStream stream(state);
+    TestStream stream(quarter);
     EXPECT_EQ(instance.controller()->setComponentState(&stream), kResultOk);
     EXPECT_EQ(instance.value(feedback), 0.25) << "read from the stream";
     EXPECT_EQ(instance.controller()->setParamNormalized(feedback, 0.5), kResultOk);
@@ -245,7 +237,7 @@ TEST_F(Notices, EndWithTheProcessorAndComeBackWithIt) {
     ASSERT_EQ(instance.component()->initialize(&instance.context), kResultOk);
     connect(instance);
     EXPECT_EQ(instance.handler.calls(), k_restartedForValues);
-    instance.load(state);
+    instance.load(quarter);
     EXPECT_EQ(instance.value(feedback), 0.25);
 }
 
@@ -257,7 +249,7 @@ TEST_F(Notices, EndWithTheControllerWhileTheProcessorPlaysOn) {
         TestInstance instance(module, {.runLoop = true});
         instance.start();
         TestChanges press;
-        press.add(instance.find("Random Model"), 1.0);
+        press.add(button, 1.0);
         const std::string before = instance.save();
         if (terminates) {
             instance.controller()->terminate();
