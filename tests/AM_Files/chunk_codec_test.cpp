@@ -1,9 +1,7 @@
 #include "AM_ChunkCodec.h"
 #include "ground/LogCapture.h"
 
-#include <array>
 #include <gtest/gtest.h>
-#include <numeric>
 #include <random>
 
 namespace {
@@ -33,51 +31,6 @@ bool decode(std::string_view text, Bytes& data, i32 maxBytes) {
     return whole;
 }
 
-std::string letters(u8 byte) {
-    return {static_cast<char>('a' + byte / 16), static_cast<char>('a' + byte % 16)};
-}
-
-// The header as its definition counts, word against word.
-std::string plainHeader(const Bytes& data) {
-    const size_t size = data.size();
-    std::vector<bool> marks(size / 4);
-    std::array<std::array<u8, 4>, 11> longs{};
-    std::array<u32, 11> counts{};
-    std::vector<std::array<u8, 4>> words(size / 4);
-    std::copy_n(data.begin(), size / 4 * 4, reinterpret_cast<u8*>(words.data()));
-    for (size_t i = 0; i < words.size(); ++i) {
-        const auto& w = words[i];
-        if (marks[i] || std::ranges::count(w, w[0]) == 4) continue;
-        u32 count = 0;
-        for (size_t j = i; j < words.size(); ++j)
-            if (words[j] == w) marks[j] = ++count > 1;
-        size_t place = 10;
-        for (; place > 0 && count > counts[place - 1]; --place) {
-            longs[place] = longs[place - 1];
-            counts[place] = counts[place - 1];
-        }
-        longs[place] = w;
-        counts[place] = count;
-    }
-    std::array<u32, 256> hist{};
-    for (size_t i = 0; i < size; ++i)
-        hist[data[i]] += i == 0 || data[i] != data[i - 1];
-    std::string header = "?";
-    for (size_t k = 0; k < 10; ++k) {
-        for (size_t i = 0; i < 4; ++i) {
-            header += letters(longs[k][i]);
-            if (i == 0 || longs[k][i] != longs[k][i - 1]) hist[longs[k][i]] -= counts[k];
-        }
-        header += ':';
-    }
-    std::array<u32, 256> order;
-    std::iota(order.begin(), order.end(), 0u);
-    std::ranges::stable_sort(order, std::greater(), [&](u32 byte) { return hist[byte]; });
-    for (size_t k = 0; k < 26; ++k)
-        header += letters(static_cast<u8>(order[k])) + (k == 25 ? '!' : ':');
-    return header;
-}
-
 TEST(ChunkCodec, bodies) {
     EXPECT_EQ(encode(Bytes(8)), "?aaaaaaaa:aaaaaaaa:aaaaaaaa:aaaaaaaa:aaaaaaaa:aaaaaaaa:aaaaaaaa:\n"
                                 "aaaaaaaa:aaaaaaaa:aaaaaaaa:aa:ab:ac:ad:ae:af:ag:ah:ai:aj:ak:al:a\n"
@@ -99,8 +52,9 @@ TEST(ChunkCodec, bodies) {
     EXPECT_EQ(none, "");
 }
 
-TEST(ChunkCodec, headersAndRoundTrips) {
+TEST(ChunkCodec, textsStayWhatTheyWereAndComeBack) {
     std::mt19937 random(1);
+    u64 hash = 0xcbf29ce484222325u; // FNV-1a over all texts
     for (int run = 0; run < 400; ++run) {
         Bytes data(1 + random() % 600);
         // Few values give equal counts, repeats, words of equal bytes and bytes below 0.
@@ -110,11 +64,13 @@ TEST(ChunkCodec, headersAndRoundTrips) {
         const std::string text = encode(data);
         for (size_t i = 0; i < text.size(); ++i)
             ASSERT_EQ(text[i] == '\n', i % 65 == 64);
-        ASSERT_EQ(withoutLines(text).substr(0, 169), plainHeader(data));
+        for (const char character : text)
+            hash = (hash ^ static_cast<u8>(character)) * 0x100000001b3u;
         Bytes read;
         ASSERT_TRUE(decode(text, read, static_cast<i32>(data.size())));
         ASSERT_EQ(read, data);
     }
+    EXPECT_EQ(hash, 0x65e60ab606a4d617u) << "presets hold such texts";
     Bytes distinct(1000000); // words that all differ
     for (size_t i = 0; i < distinct.size(); ++i)
         distinct[i] = static_cast<u8>((i / 4 * 2654435761u) >> (8 * (i % 4)));

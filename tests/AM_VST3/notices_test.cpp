@@ -106,7 +106,7 @@ TEST_F(Notices, TellOfNewCodesAndOfNothingElse) {
                 play(instance, 512, &press);
                 instance.context.loop.advance(50);
                 const Kind last = second ? Kind::Dirty : Kind::End;
-                EXPECT_TRUE(eventually([&] { return instance.handler.count(last) >= presses; }));
+                ASSERT_TRUE(eventually([&] { return instance.handler.count(last) >= presses; }));
                 EXPECT_EQ(instance.handler.calls().size(), presses * (second ? 1 : 3));
             }
             const Calls calls = instance.handler.calls();
@@ -135,8 +135,8 @@ TEST_F(Notices, TellOfWhatMidiMoves) {
             EXPECT_EQ(moved->points.back().offset, 0);
             EXPECT_EQ(moved->points.back().value, value);
             instance.context.loop.advance(50);
-            EXPECT_TRUE(eventually([&] { return instance.value(feedback) == value; }));
-            EXPECT_TRUE(eventually([&] {
+            ASSERT_TRUE(eventually([&] { return instance.value(feedback) == value; }));
+            ASSERT_TRUE(eventually([&] {
                 return instance.handler.count(Kind::Begin) == instance.handler.count(Kind::End);
             }));
             const Calls calls = instance.handler.calls();
@@ -259,7 +259,7 @@ TEST_F(Notices, EndWithTheControllerWhileTheProcessorPlaysOn) {
             taker->connect(instance.controllerAs<IConnectionPoint>());
         }
         play(instance, 512, &press);
-        EXPECT_TRUE(eventually([&] { return instance.save() != before; }));
+        ASSERT_TRUE(eventually([&] { return instance.save() != before; }));
         EXPECT_EQ(instance.handler.calls(), Calls());
     }
 }

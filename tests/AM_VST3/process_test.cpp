@@ -23,6 +23,10 @@ constexpr f64 k_inf = std::numeric_limits<f64>::infinity();
 constexpr ParamID k_bypass = 400000;
 constexpr ParamID k_activeRow = 1;
 constexpr ParamID k_wet = 4;
+constexpr u32 k_usual = 0x1f80; // the control word as programs begin
+u32 controlWord() {
+    return _mm_getcsr() & ~0x3fu; // without what arithmetic leaves there
+}
 constexpr TestWiring k_unconnected{.connection = TestWiring::Connection::None};
 
 // Takes the controller's place and learns where the manager lies.
@@ -49,17 +53,18 @@ public:
         bool operator==(const Heard&) const = default;
     };
     void processEvent(i32 type, i32 id, f32 field1, f32 field2, u32) override {
-        controlWord = _mm_getcsr();
+        inside = controlWord();
         heard.push_back({type, id, field1, field2});
     }
     std::vector<Heard> heard;
-    u32 controlWord = 0;
+    u32 inside = 0;
 };
 
 // One instance of the copy that is linked in, with its manager.
 class Inside : public testing::Test {
 protected:
     Inside() {
+        _mm_setcsr(k_usual);
         FUnknownPtr<IConnectionPoint>(instance.component())->connect(&ear);
         spy.nextInChain = ear.manager->nextInChain;
         ear.manager->nextInChain = &spy;
@@ -292,8 +297,7 @@ TEST_F(Inside, ReadsMidiOutOfParameters) {
 
 TEST_F(Inside, TakesEventsWhereverTheyLie) {
     process(64);
-    const u32 usual = _mm_getcsr();
-    _mm_setcsr(usual | 0x8000); // one bit of the two
+    _mm_setcsr(k_usual | 0x8000); // one bit of the two
     events.note(-50, 3, 60, 0.5f, -1, 50.0f);
     events.note(0, 3, 60, 0.0f, 77, -25.0f);
     events.note(20, 3, 61, 1.0f);
@@ -310,13 +314,11 @@ TEST_F(Inside, TakesEventsWhereverTheyLie) {
                                                 {k_eventNote, 77, 59.75f, 0},
                                                 {k_eventPressure, 2, 64, 0.25f}}));
     // Denormals are flushed inside of the calls, and only there.
-    EXPECT_EQ(spy.controlWord & 0x8040, 0x8040u);
-    EXPECT_EQ(_mm_getcsr() & ~0x3fu, (usual | 0x8000) & ~0x3fu);
-    _mm_setcsr(usual);
+    EXPECT_EQ(spy.inside & 0x8040, 0x8040u);
+    EXPECT_EQ(controlWord(), k_usual | 0x8000);
 }
 
 TEST_F(Inside, TakesChangesWithoutSound) {
-    const u32 usual = _mm_getcsr();
     ProcessContext there{};
     there.projectTimeMusic = 8.0;
     ProcessData& data = buffers.data(64);
@@ -337,11 +339,10 @@ TEST_F(Inside, TakesChangesWithoutSound) {
     data.symbolicSampleSize = kSample32;
     EXPECT_EQ(wet(), 50.0f);
     EXPECT_TRUE(std::isnan(buffers.output(0, 0)[0]));
-    EXPECT_EQ(_mm_getcsr(), usual);
+    EXPECT_EQ(controlWord(), k_usual);
 }
 
 TEST_F(Inside, SendsWhatMovesByItself) {
-    const u32 usual = _mm_getcsr();
     TestChanges outgoing(4, 2000);
     const i32 row = table().findParameter("Wet");
     const auto send = [&](TestBuffers& to, TestChanges* changesOut) {
@@ -356,10 +357,10 @@ TEST_F(Inside, SendsWhatMovesByItself) {
         TestBuffers silent(64, {2}, none);
         EXPECT_EQ(send(silent, &outgoing), 0);
         EXPECT_EQ(_mm_getcsr() & 0x8040, 0x8040u);
-        _mm_setcsr(usual);
+        _mm_setcsr(k_usual);
     }
     EXPECT_EQ(send(buffers, &outgoing), 1);
-    EXPECT_EQ(_mm_getcsr(), usual);
+    EXPECT_EQ(controlWord(), k_usual);
     // The 1025th is lost; the others keep their order.
     for (i32 i = 0; i < 1025; ++i) {
         table().setParameterValue(row, static_cast<f32>(i) / 20.0f, 0, true);

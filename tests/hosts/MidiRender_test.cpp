@@ -35,9 +35,9 @@ TEST(MidiRender, ControllersAndProgramsActWhereTheFileSays) {
     steady.rate = 48000;
     steady.samples.assign(2 * 48000, 0.5f);
     writeSound(folder / "in.wav", steady);
-    put(folder / "assign.txt", "// Global MidiCC Map\n\n\n// Controller List\n\n"
+    folder.write("assign.txt", "// Global MidiCC Map\n\n\n// Controller List\n\n"
                                "0:20=FDN:Dry, normal, 0, Continuous7bit, No //x\n");
-    put(folder / "move.mid", midiFile({{500, "\xb0\x14\x01"}}));
+    folder.write("move.mid", midiFile({{500, "\xb0\x14\x01"}}));
     const auto run = [&](Arguments arguments) {
         arguments.insert(arguments.end(), {"--set", "Wet=0", "--tail", "0", "--force", "--quiet",
                                            folder / "in.wav", folder / "out.wav"});
@@ -56,9 +56,9 @@ TEST(MidiRender, ControllersAndProgramsActWhereTheFileSays) {
 
     const std::string data = folder / "data";
     for (const char* dry : {"40", "60"})
-        put(data + "/Presets/Glassmere/MIDI Programs/A/" + dry + ".q3p",
-            std::string("#cm=FDN\nWet=0\nDry=") + dry + "\n");
-    put(folder / "program.mid", midiFile({{250, std::string("\xb0\0\1", 3)}, {0, "\xc0\1"}}));
+        folder.write(data + "/Presets/Glassmere/MIDI Programs/A/" + dry + ".q3p",
+                     std::string("#cm=FDN\nWet=0\nDry=") + dry + "\n");
+    folder.write("program.mid", midiFile({{250, std::string("\xb0\0\1", 3)}, {0, "\xc0\1"}}));
     const std::vector<float> switched = run(
         {"--data", data, "--program", "1:0", "--midi", folder / "program.mid", "--block", "64"});
     EXPECT_FLOAT_EQ(switched[2 * 11000], 0.2f);
@@ -71,7 +71,7 @@ TEST(MidiRender, ControllersAndProgramsActWhereTheFileSays) {
 
 TEST(MidiRender, TellsWhatIsWrong) {
     TestFolder folder;
-    put(folder / "bad.mid", "MThd nonsense");
+    folder.write("bad.mid", "MThd nonsense");
     expectFailures(folder, {
                                {{"--midi", folder / "bad.mid"}, 2, "bad.mid"},
                                {{"--assign", folder / "none.txt"}, 2, "none.txt"},

@@ -7,11 +7,6 @@
 
 namespace {
 
-std::string contents(const std::string& path) {
-    std::ifstream file(path);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
 TEST(Presets, RenderTheSameBitsAsWhatTheyWereSavedFrom) {
     TestFolder folder;
     const std::string preset = folder / "caf\xc3\xa9 $.q3p";
@@ -27,12 +22,12 @@ TEST(Presets, RenderTheSameBitsAsWhatTheyWereSavedFrom) {
         bits({"--code", "DTNR14P-BOB'S", "--set", "FB=77.25", "--set", "Freq=7.5", "--save-preset",
               preset, "--comments", "--meta", "Author=Zo\xc3\xab 'Z' */", "--meta", "usage=pads"});
     EXPECT_TRUE(bits({"--preset", preset}) == before);
-    const std::string text = contents(preset);
+    const std::string text = folder.read(preset);
     EXPECT_TRUE(text.starts_with("/*@meta\n\nAuthor:\n'Zo\xc3\xab \\'Z\\' *\\/'\n")) << text;
     EXPECT_NE(text.find("\nFB=77.25\t\t\t// Feedback\n"), text.npos);
     EXPECT_EQ(text.find("$$$$"), text.npos);
 
-    put(folder / "host.fxp", std::string(60, '\1') + text);
+    folder.write("host.fxp", std::string(60, '\1') + text);
     EXPECT_TRUE(bits({"--preset", folder / "host.fxp"}) == before);
     EXPECT_FALSE(bits({"--preset", preset, "--code", "FTUR237S-ROOM"}) == before);
     // Read and written without a render, it is the same text.
@@ -40,19 +35,19 @@ TEST(Presets, RenderTheSameBitsAsWhatTheyWereSavedFrom) {
     const ProcessResult saved =
         render(folder, {"--preset", preset, "--comments", "--save-preset", copy});
     EXPECT_EQ(saved.exitCode, 0) << saved.errors;
-    EXPECT_EQ(contents(copy), text);
+    EXPECT_EQ(folder.read(copy), text);
     // Not over what is there, unless asked to.
-    put(copy, "mine");
+    folder.write(copy, "mine");
     EXPECT_EQ(render(folder, {"--save-preset", copy}).exitCode, 1);
-    EXPECT_EQ(contents(copy), "mine");
+    EXPECT_EQ(folder.read(copy), "mine");
     EXPECT_EQ(render(folder, {"--save-preset", copy, "--force"}).exitCode, 0);
     EXPECT_EQ(render(folder, {"--save-preset", folder / "no/such/folder.q3p"}).exitCode, 2);
 }
 
 TEST(Presets, TellWhatIsWrongWithTheCommandLineOrTheFile) {
     TestFolder folder;
-    put(folder / "noise.q3p", "\x01\x02 noise");
-    put(folder / "short.fxp", "too short");
+    folder.write("noise.q3p", "\x01\x02 noise");
+    folder.write("short.fxp", "too short");
     expectFailures(
         folder,
         {
@@ -69,20 +64,21 @@ TEST(Presets, TellWhatIsWrongWithTheCommandLineOrTheFile) {
 TEST(Presets, BeginWithTheDefaultOfTheDataFolder) {
     TestFolder folder;
     const std::string data = folder / "data";
-    put(data + "/Presets/Glassmere/default.q3p", "#cm=FDN\nParams='FTUR237S-ROOM'\nFB=12\n");
+    folder.write(data + "/Presets/Glassmere/default.q3p",
+                 "#cm=FDN\nParams='FTUR237S-ROOM'\nFB=12\n");
     const auto code = [&](const Arguments& more) {
         Arguments arguments = {"--data", data, "--save-preset", folder / "p.q3p", "--force"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         const ProcessResult result = render(folder, arguments);
         EXPECT_EQ(result.exitCode, 0) << result.errors;
-        return contents(folder / "p.q3p");
+        return folder.read(folder / "p.q3p");
     };
     const std::string started = code({});
     EXPECT_NE(started.find("Params='FTUR237S-ROOM'"), started.npos);
     EXPECT_NE(started.find("\nFB=12.00\n"), started.npos);
     EXPECT_NE(started.find("PFile='default.q3p'"), started.npos);
     // One that is none leaves the built-in sound.
-    put(data + "/Presets/Glassmere/default.q3p", "noise");
+    folder.write(data + "/Presets/Glassmere/default.q3p", "noise");
     EXPECT_NE(code({}).find("Params='press button'"), std::string::npos);
     EXPECT_TRUE(std::filesystem::is_directory(data + "/Presets/Glassmere/MIDI Programs"));
 }

@@ -80,12 +80,6 @@ inline ProcessResult render(const TestFolder& folder, const Arguments& arguments
     return RenderProcess(folder, arguments).wait();
 }
 
-// Writes a file and makes the folders on the way.
-inline void put(const std::string& path, const std::string& text) {
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path, std::ios::binary) << text;
-}
-
 // What a command line without an output is to end with.
 struct FailingCase {
     Arguments arguments;

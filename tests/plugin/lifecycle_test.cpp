@@ -221,21 +221,3 @@ TEST(Lifecycle, PreferencesAreOneForAllAndTakeEffect) {
     EXPECT_EQ(second->getLatency(), 16);
     first->setPreference("BaseLatencyBuffer16", "YES");
 }
-
-TEST(Lifecycle, OnAHostsLoopTheWorkWaitsForIt) {
-    LogCapture log;
-    Glassmere_AudioMan man(k_glassmereId);
-    man.initialize();
-    man.setRunsOnHostLoop(true);
-    i32 told = 0;
-    man.setHostCallback(
-        [](void* data, i32 code, i32) { *static_cast<i32*>(data) += code == k_hostLatencyChanged; },
-        &told);
-    man.changePlugInLatency(8);
-    man.tick();
-    EXPECT_EQ(told, 0);
-    man.idle();
-    EXPECT_EQ(told, 1);
-    man.idle();
-    EXPECT_EQ(told, 1);
-}

@@ -217,16 +217,3 @@ TEST(Reverb, BypassFadesWithoutAClick) {
         }
     }
 }
-
-TEST(Reverb, DirectModeHasNoLatencyUntilABlockDoesNotFit) {
-    Plugin direct(48000.0, "EGZ36-D");
-    direct.man.setPreferenceValue(k_prefBaseLatency, 0);
-    EXPECT_EQ(direct.man.getLatency(), 0);
-    direct.set("Wet", 0.0f);
-    const StereoBuffer input = noise(8192);
-    EXPECT_TRUE(direct.run(input, 256) == input);
-    EXPECT_TRUE(direct.run(input, 48, true) == input);
-    direct.run(noise(100), 50);
-    EXPECT_EQ(direct.man.getPreference(k_prefBaseLatency), 1);
-    EXPECT_EQ(direct.man.getLatency(), 16);
-}
