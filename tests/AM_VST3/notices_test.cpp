@@ -204,6 +204,7 @@ TEST_F(Notices, ReachControllersThatAreConnectedLate) {
 }
 
 TEST_F(Notices, ComeFromNoForgedAddress) {
+    const TestInstance other(module); // nor from another's manager
     TestInstance instance(module, {.connection = Connection::Proxy, .runLoop = true});
     EXPECT_EQ(instance.context.messagesAsked, 1u) << "with the connection";
     const auto object = reinterpret_cast<i64>(instance.component());
