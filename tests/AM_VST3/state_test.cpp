@@ -205,6 +205,7 @@ TEST_F(State, ThatIsDamagedChangesNothing) {
     // A text that ends early, but honestly, counts up to there, and the largest one that fits does.
     for (size_t size = 0; size < text.size(); size += k_cutStep)
         instance.load(stateOf(text.substr(0, size), size));
+    instance.load(bypassed);
     const size_t most = k_refusedSize - 1;
     instance.load(stateOf(text + std::string(most - text.size(), '\n'), most));
     EXPECT_EQ(instance.save(), coded);
