@@ -1,8 +1,8 @@
 // The entry points of the VST3 side of the library. Hosts of Linux call ModuleEntry and ModuleExit,
 // those of Windows InitDll and ExitDll.
-#include "AM_Log.h"
 #include "AM_Text.h"
 #include "AM_VST3_Controller.h"
+#include "AM_VST3_Guard.h"
 #include "AM_VST3_Ids.h"
 #include "AM_VST3_Processor.h"
 #include "PluginFactory.h"
@@ -11,7 +11,6 @@
 #include "pluginterfaces/vst/ivsteditcontroller.h"
 
 #include <atomic>
-#include <exception>
 #include <mutex>
 
 using Steinberg::CPluginFactory;
@@ -59,18 +58,15 @@ extern "C" {
 
 // The one factory of the library; each call adds a reference. Null without memory for it.
 SMTG_EXPORT_SYMBOL Steinberg::IPluginFactory* PLUGIN_API GetPluginFactory() {
-    try {
+    return AM_VST3_guarded("GetPluginFactory", nullptr, [] {
         static std::mutex mutex;
-        static CPluginFactory* factory =
-            nullptr; // owned by the library, for as long as it is loaded
+        // Owned by the library, for as long as it is loaded.
+        static CPluginFactory* factory = nullptr;
         const std::lock_guard lock(mutex);
         if (!factory) factory = makeFactory();
         factory->addRef();
         return factory;
-    } catch (const std::exception& error) {
-        AM_Log("ERROR: GetPluginFactory: %s", error.what());
-        return nullptr;
-    }
+    });
 }
 
 SMTG_EXPORT_SYMBOL bool InitDll(void* handle) {

@@ -243,7 +243,6 @@ tresult PLUGIN_API AM_VST3_Processor::setupProcessing(Steinberg::Vst::ProcessSet
         if (!audioMan || canProcessSampleSize(setup.symbolicSampleSize) != Steinberg::kResultTrue)
             return kResultFalse;
         sendPointerIfWanted();
-        processSetup.processMode = setup.processMode;
         audioMan->setSampleRate(setup.sampleRate);
         audioMan->setRenderMode(setup.processMode == Steinberg::Vst::kOffline ? 1 : 0);
         return AudioEffect::setupProcessing(setup);

@@ -1,9 +1,8 @@
 #include "PluginFactory.h"
 
-#include "AM_Log.h"
+#include "AM_VST3_Guard.h"
 
 #include <cstring>
-#include <exception>
 
 namespace Steinberg {
 
@@ -65,18 +64,13 @@ tresult PLUGIN_API CPluginFactory::createInstance(FIDString cid, FIDString iid, 
     *object = nullptr;
     for (const Entry& candidate : entries) {
         if (std::memcmp(candidate.info.cid, cid, sizeof(TUID)) != 0) continue;
-        try {
+        return AM_VST3_guarded(candidate.info.name, kOutOfMemory, [&]() -> tresult {
             FUnknown* instance = candidate.create();
             if (!instance) return kOutOfMemory;
             const tresult result = instance->queryInterface(iid, object);
             instance->release();
             return result == kResultOk ? kResultOk : kNoInterface;
-        } catch (const std::exception& error) {
-            AM_Log("ERROR: %s can't be made: %s", candidate.info.name, error.what());
-        } catch (...) {
-            AM_Log("ERROR: %s can't be made", candidate.info.name);
-        }
-        return kOutOfMemory;
+        });
     }
     return kNoInterface;
 }

@@ -22,8 +22,6 @@ public:
     // Bit 0 of the info's flags: the host can automate the row.
     virtual bool canAutomate() const;
 
-    const ::ParameterInfo& getRow() const { return row; }
-
     // False for rows of texts, bytes and references: those are never converted. Any thread.
     static bool isNumber(const ::ParameterInfo& row) {
         return !row.isComplex() && row.baseKind() != k_reference;

@@ -3,7 +3,6 @@
 #include "AM_DelayModel.h"
 
 #include <algorithm>
-#include <cstring>
 
 void AM_BlockNetwork::setLines(fixedDelay* const* lines, i32 count) {
     for (i32 k = 0; k < count; ++k)

@@ -26,7 +26,7 @@ public:
 
 private:
     static constexpr i32 k_lines = 64;
-    using Samples = f32[k_maxStepBlock + 1];
+    using Samples = f32[k_subBlockFrames + 1];
 
     void hold();
     void open(i32 steps);

@@ -5,9 +5,9 @@
 #include "AM_Kernels.h"
 #include "AM_SampleDelay.h"
 #include "AM_SincTable.h"
+#include "BlockContext.h"
 
 inline constexpr i32 k_sincPast = k_sincTaps; // samples kept in front of those of a block
-inline constexpr i32 k_resamplerBlock = 64;   // samples of a block at most
 
 // A sinc table laid out by phase: the taps of one phase lie side by side, the one for the oldest
 // sample first.
@@ -36,7 +36,7 @@ struct AM_ResamplerInput {
     void resample(const AM_KernelSet& kernels, const AM_PhaseTable& table,
                   const AM_ResamplerPoint* points, i32 count, f32* left, f32* right) const;
 
-    alignas(16) f32 samples[2][k_sincPast + k_resamplerBlock];
+    alignas(16) f32 samples[2][k_sincPast + k_subBlockFrames];
 };
 
 // Appends `count` samples, 0 to 64, to a ring of at least 64, as that many calls of push.

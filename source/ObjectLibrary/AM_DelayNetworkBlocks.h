@@ -19,9 +19,10 @@ struct AM_DelayNetworkBlocks {
     // Scratch of one sub-block.
     AM_ResamplerInput input;
     AM_ResamplerInput output;
-    AM_ResamplerPoint steps[k_maxStepBlock];    // where the internal samples lie in the input
-    AM_ResamplerPoint frames[k_resamplerBlock]; // where the host's frames lie in the output
-    alignas(16) f32 taps[6][1 + k_maxStepBlock + 7] = {}; // first the last one of the block before
-    alignas(16) f32 wetLeft[k_resamplerBlock];
-    alignas(16) f32 wetRight[k_resamplerBlock];
+    AM_ResamplerPoint steps[k_subBlockFrames];  // where the internal samples lie in the input
+    AM_ResamplerPoint frames[k_subBlockFrames]; // where the host's frames lie in the output
+    alignas(
+        16) f32 taps[6][1 + k_subBlockFrames + 7] = {}; // first the last one of the block before
+    alignas(16) f32 wetLeft[k_subBlockFrames];
+    alignas(16) f32 wetRight[k_subBlockFrames];
 };

@@ -81,7 +81,7 @@ private:
 
 // The levels of a ramp over a block, each a step behind the one before.
 struct Ramp {
-    alignas(16) f32 levels[k_resamplerBlock];
+    alignas(16) f32 levels[k_subBlockFrames];
 
     // Returns where the ramp ends.
     f32 fill(f32 level, f32 step, i32 frames) {

@@ -80,7 +80,7 @@ private:
             if (again) return 0;
             again = true;
         }
-        return std::min(k_maxStepBlock,
+        return std::min(k_subBlockFrames,
                         *std::min_element(model.lengths, model.lengths + plan.numLines));
     }
 

@@ -10,10 +10,9 @@
 #include "AM_CollisionLaws.h"
 #include "AM_Kernels.h"
 #include "AM_Types.h"
+#include "BlockContext.h"
 
 struct AM_DelayModel;
-
-inline constexpr i32 k_maxStepBlock = 64; // internal samples of a sub-block at most
 
 // Where one element of a matrix listens: twice the line, its own or the one it is aliased to, plus
 // 1 if that line has been fed in the same step already.

@@ -23,6 +23,7 @@ import xml.etree.ElementTree as ElementTree
 CLASS = struct.pack(">4I", 0xD39D5B69, 0xD6AF42FA, 0x12345678, 0x766C474D)
 SUPERCLOCKS = 282240000  # the host's ticks a second
 FORMAT_ID = "6f0b1f0e-4f0a-4f43-9d6f-0a4b8a1c7e21"
+FORMAT_ELEMENT = "ExportFormat" + "Spec" + "ification"
 PRESET_ID = "5d3a2f1c-0c26-4a1e-9d52-3e0e4f7d6a10"
 
 
@@ -100,7 +101,7 @@ def formats(folder):
     }
     with open(os.path.join(folder, "float.format"), "w") as file:
         file.write(
-            f'<?xml version="1.0" encoding="UTF-8"?><ExportFormatSpecification name="float"'
+            f'<?xml version="1.0" encoding="UTF-8"?><{FORMAT_ELEMENT} name="float"'
             f' id="{FORMAT_ID}" with-cue="false" with-toc="false" with-mp4chaps="false" command=""'
             f' analyse="false" soundcloud-upload="false"><Encoding id="F_WAV" type="T_Sndfile"'
             f' extension="wav" name="WAV" has-sample-format="true" channel-limit="256"/>'
@@ -108,7 +109,7 @@ def formats(folder):
             + "".join(f'<Option name="{k}" value="{v}"/>' for k, v in options.items())
             + f'</EncodingOptions><Processing><Normalize enabled="false" loudness="no" dbfs="0"'
             f' lufs="-23" dbtp="-1"/><Silence>{silence}</Silence></Processing>'
-            f"</ExportFormatSpecification>"
+            f"</{FORMAT_ELEMENT}>"
         )
     fields = "".join(
         f'<Field name="{name}" enabled="{int(name == "timespan")}"/>'
