@@ -43,6 +43,12 @@ public:
     // Compile time: fills `out` for a path such as "knob.colour.hue"; false if there is none. Names
     // without a dot are asked for, too, where the script hasn't declared them.
     virtual bool resolve(std::string_view path, AM_ScriptObject& out) = 0;
+    // The same for a path that is called; `arguments` has an 'f' or 'i' for each of them, so that
+    // the signature may go by what is given.
+    virtual bool resolveCall(std::string_view path, std::string_view /*arguments*/,
+                             AM_ScriptObject& out) {
+        return resolve(path, out);
+    }
 
     // Run time, with handles that `resolve` gave; only the readers, writers and calls are asked for
     // that its answers allow.

@@ -74,9 +74,13 @@ public:
     const AM_ScriptMachine& machine() const { return scriptMachine; }
 
 private:
-    bool declareVariable(const char* name, i32 type, i32 size, bool isArray);
+    bool add(const char* name, i32 type, i32 size, bool isArray);
     const AM_ScriptVariable* find(std::string_view name, u32 index) const;
-    i32 fail(i32 code, const char* text);
+    template <class T>
+    bool set(std::string_view name, T value, u32 index);
+    template <class T>
+    T get(std::string_view name, u32 index) const;
+    // Keeps a run's result as the last error.
     i32 finish(i32 code);
 
     AM_ScriptMachine scriptMachine;

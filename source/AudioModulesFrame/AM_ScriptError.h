@@ -22,9 +22,9 @@ enum AM_ScriptErrorCode : i32 {
     k_scriptArraySize = -11,     // a size that isn't constant or out of range
     k_scriptNesting = -12,       // parts within parts, too many levels
     k_scriptTextTooLong = -13,
-    k_scriptCodeFull = -14,  // the code array has reached its limit
-    k_scriptRegisters = -15, // more values at the same time than a frame has registers
-    k_scriptMemory = -16,    // more variables and arrays than the machine holds
+    k_scriptCodeFull = -14,      // the code array has reached its limit
+    k_scriptTooManyValues = -15, // more values at the same time than a frame has registers
+    k_scriptMemory = -16,        // more variables and arrays than the machine holds
     // Nothing was done.
     k_scriptBusy = -17,      // asked for from inside a run
     k_scriptNoProgram = -18, // the handle is unknown

@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 inline constexpr u32 k_maxScriptSteps = 100000;  // of a run with all its calls
@@ -53,13 +54,13 @@ public:
 
     // Appends a program and returns its handle, above 0, or k_scriptCodeFull or k_scriptBusy; then
     // nothing has changed.
-    i32 append(AM_ScriptCode&& code);
-    // Takes a program away. If it has functions, only its handle goes: they stay callable. False
-    // for an unknown handle or inside a run.
-    bool remove(i32 program);
-    // Runs a program from its first instruction with all registers at 0; returns k_scriptOk or why
-    // the run was stopped. With `tracing` on, its ordinary end is logged as well, as "stopped
-    // machine after missing callback in %d\n": the closing "stop" has no handler.
+    i32 append(AM_ScriptCode&& program);
+    // Takes a program away. If it has functions, only its handle goes: they stay callable. With
+    // `reuse` the latest handle may be given out again. False for an unknown handle or in a run.
+    bool remove(i32 program, bool reuse = false);
+    // Runs a program from its first instruction; returns k_scriptOk or why the run was stopped.
+    // With `tracing` on, its ordinary end is logged as well, as "stopped machine after missing
+    // callback in %d\n": the closing "stop" has no handler.
     i32 execute(i32 program, bool tracing);
     // Logs a program's instructions, one a line.
     void list(i32 program) const;
@@ -67,12 +68,13 @@ public:
     bool clear();
 
     // The objects that scripts reach; null for none.
-    void setObjects(AM_IScriptObjects* wanted) { objects = wanted; }
+    void setObjects(AM_IScriptObjects* wanted);
+    // Never null.
     AM_IScriptObjects* getObjects() const { return objects; }
 
     // Instructions that the last run has executed; it is stopped above k_maxScriptSteps.
     u32 getSteps() const { return steps; }
-    // Index of the instruction at which the last run ended, or of the end of the code.
+    // The end of the code while nothing runs, else the instruction that a run began with.
     u32 getIp() const { return ip; }
     // The source line of an instruction, 0 for an index outside of the code.
     i32 lineOf(u32 index) const;
@@ -84,21 +86,33 @@ public:
     // --- For the compiler.
     // The latest function of this name, or -1.
     i32 findFunction(std::string_view name) const;
-    const AM_ScriptFunction& function(i32 index) const { return functions[index]; }
+    const AM_ScriptFunction& function(i32 index) const {
+        return functions[static_cast<size_t>(index)];
+    }
     u32 functionCount() const { return static_cast<u32>(functions.size()); }
     // Index of an object's function in the table that calls refer to.
     i32 addObjectFunction(i32 handle, std::string_view signature);
+    const AM_ScriptObjectFunction& objectFunction(i32 index) const {
+        return objectFunctions[static_cast<size_t>(index)];
+    }
     // Room for `count` elements that stay, all 0; returns the first one's place, -1 if the store is
     // full.
     i32 addStore(AM_ScriptType type, u32 count);
-    f32& storedFloat(u32 place) { return storeFloats[place]; }
-    i32& storedInt(u32 place) { return storeInts[place]; }
+    // How much of the store is in use, and the way back to that.
+    struct StoreMark {
+        size_t floats;
+        size_t ints;
+    };
+    StoreMark storeMark() const { return {storeFloats.size(), storeInts.size()}; }
+    void returnStore(StoreMark mark);
 
     // --- For handlers, which see a running machine only.
     f32* floats = nullptr; // the windows of the running frame
     i32* ints = nullptr;
     f32* storedFloats() { return storeFloats.data(); }
+    const f32* storedFloats() const { return storeFloats.data(); }
     i32* storedInts() { return storeInts.data(); }
+    const i32* storedInts() const { return storeInts.data(); }
     f32* frameFloats() { return frameFloatArea.data(); }
     i32* frameInts() { return frameIntArea.data(); }
     // Where the arrays of the running frame begin in these.
@@ -107,12 +121,11 @@ public:
     // Counts `amount` further steps.
     void charge(u32 amount) {
         charged += amount;
-        stepsLeft -= static_cast<i64>(amount);
+        stepLimit -= amount;
     }
-    // Enters a function with its windows `floatShift` and `intShift` above the present ones;
-    // returns what a handler returns.
-    const AM_ScriptInstruction* enter(const AM_ScriptInstruction* from, u32 floatShift,
-                                      u32 intShift);
+    // Enters the function that an instruction names, with its windows at registers A and B of the
+    // present ones; returns what a handler returns.
+    const AM_ScriptInstruction* enter(const AM_ScriptInstruction* from);
     // Returns from a function.
     const AM_ScriptInstruction* leave(const AM_ScriptInstruction* from);
     // Calls the object function that an instruction names.
@@ -121,41 +134,46 @@ public:
     void reportIndex(const AM_ScriptInstruction* from, i32 index, u32 length);
 
 private:
+    // Where the arrays of a frame begin and end in their areas.
     struct Frame {
-        u32 floatBase = 0; // of its arrays
+        u32 floatBase = 0;
+        u32 floatTop = 0;
         u32 intBase = 0;
-        u32 floatTop = 0; // where those of the next frame begin
         u32 intTop = 0;
     };
+    // What a function returns to.
     struct Call {
         const AM_ScriptInstruction* from;
         f32* floats;
         i32* ints;
         Frame frame;
     };
+    // Those with a handle, in the order of handles and of the code array.
     struct Program {
-        i32 handle; // 0 once it was removed but its functions stay
+        i32 handle;
         u32 first;
         u32 count;
         u32 frameFloats;
         u32 frameInts;
         bool hasFunctions;
     };
+    class Run;
 
-    const Program* find(i32 handle) const;
+    std::vector<Program>::const_iterator find(i32 handle) const;
     void erase(const Program& program);
-    void reset(const Program& program);
-    bool enterFrame(u32 wantedFloats, u32 wantedInts);
+    // Makes room for the arrays of a frame on top of the present one.
+    bool pushFrame(u32 wantedFloats, u32 wantedInts);
     void loop(const AM_ScriptInstruction* at, bool tracing);
-    void stopAtLimit();
     void stopAtMissing(const AM_ScriptInstruction* at, bool tracing);
-    const AM_ScriptInstruction* stopAt(i32 reason);
+    // Makes the loop end; returns what a handler returns.
+    const AM_ScriptInstruction* stop(i32 reason);
     u32 indexOf(const AM_ScriptInstruction* at) const { return static_cast<u32>(at - code.data()); }
 
     std::vector<AM_ScriptInstruction> code;
     std::vector<i32> lines;
-    std::vector<Program> programs; // in the order of the code array
+    std::vector<Program> programs;
     std::vector<AM_ScriptFunction> functions;
+    std::unordered_map<std::string, i32> latestFunctions;
     std::vector<AM_ScriptObjectFunction> objectFunctions;
     std::vector<f32> floatStack;
     std::vector<i32> intStack;
@@ -169,8 +187,8 @@ private:
     i32 nextHandle = 1;
     u32 ip = 0;
     u32 steps = 0;
-    u32 charged = 0;
-    i64 stepsLeft = 0; // the loop's own count may reach this
+    u32 charged = 0;   // steps that handlers have counted
+    i64 stepLimit = 0; // of the loop's own count
     i32 errorState = k_scriptOk;
     bool running = false;
     bool indexReported = false;

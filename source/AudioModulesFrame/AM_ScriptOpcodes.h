@@ -14,8 +14,8 @@ using AM_ScriptHandler = const AM_ScriptInstruction* (*)(AM_ScriptMachine& machi
 
 // One instruction.
 struct AM_ScriptInstruction {
-    u8 flags = 0;    // k_flagClosing, and in the low four bits how many of the next instructions
-                     // the handler executes together with this one
+    u8 flags = 0;    // k_flagClosing, k_flagConstant, and in the low four bits how many of the next
+                     // instructions the handler executes together with this one
     u8 operandB = 0; // register indices
     u8 operandA = 0;
     u8 opcode = 0;
@@ -23,6 +23,7 @@ struct AM_ScriptInstruction {
     AM_ScriptHandler handler = nullptr; // null means there is no instruction here
 };
 inline constexpr u8 k_flagClosing = 0x10;
+inline constexpr u8 k_flagConstant = 0x20; // of a binary operator: `value` is an operand
 inline constexpr u8 k_flagFusedMask = 0x0f;
 
 // What an operator wants of an operand.
