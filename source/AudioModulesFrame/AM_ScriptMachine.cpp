@@ -244,7 +244,11 @@ const AM_ScriptInstruction* AM_ScriptMachine::enter(const AM_ScriptInstruction* 
     }
     const AM_ScriptFunction& called = function(from->value);
     calls.push_back({from, floats, ints, frame});
-    if (!pushFrame(called.frameFloats, called.frameInts)) return stop(k_scriptFrameMemory);
+    frame.floatBase = frame.floatTop;
+    frame.intBase = frame.intTop;
+    const bool hasArrays = (called.frameFloats | called.frameInts) != 0;
+    if (hasArrays && !pushFrame(called.frameFloats, called.frameInts))
+        return stop(k_scriptFrameMemory);
     floats += from->operandA;
     ints += from->operandB;
     return code.data() + called.entry - 1;
