@@ -30,8 +30,9 @@ struct AM_ScriptObject {
     bool writable = true;               // of a value
     i32 handle = 0;                     // handed back at run time; any number
     // Of a function: 'f', 'i' or 'v' (nothing) for the result, then 'f' or 'i' for each argument,
-    // such as "ff". It is copied. Any other character makes the call log "ERROR: unknown ObjFunc
-    // Attribute '%c' on execution\n" and give 0; behind the first it takes one argument, as it is.
+    // such as "ff". It is copied. Any other character makes the call log, once a run, "ERROR:
+    // unknown ObjFunc Attribute '%c' on execution\n" and give 0; behind the first it takes one
+    // argument, as it is.
     std::string_view signature;
 };
 

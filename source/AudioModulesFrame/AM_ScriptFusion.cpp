@@ -92,7 +92,7 @@ const Instruction* linked(Machine& machine, const Instruction* ip) {
         Second::keep(machine, ip, Second::withLeft(machine, ip, first));
     else
         Second::keep(machine, ip, Second::withRight(machine, ip, first));
-    return ip;
+    return ip + 1;
 }
 
 // How the second one takes the result of the first.

@@ -10,10 +10,10 @@ using namespace AM_ScriptParts;
 namespace Ops = AM_ScriptOps;
 
 const Instruction* doNothing(Machine&, const Instruction* ip) {
-    return ip;
+    return ip + 1;
 }
 const Instruction* goOn(Machine&, const Instruction* ip) {
-    return ip + ip->value - 1;
+    return ip + ip->value;
 }
 
 const Instruction* enterFunction(Machine& machine, const Instruction* ip) {
@@ -21,7 +21,7 @@ const Instruction* enterFunction(Machine& machine, const Instruction* ip) {
 }
 const Instruction* callObjectFunction(Machine& machine, const Instruction* ip) {
     machine.callObject(ip);
-    return ip;
+    return ip + 1;
 }
 const Instruction* leaveFunction(Machine& machine, const Instruction* ip) {
     return machine.leave(ip);
@@ -35,7 +35,7 @@ const Instruction* leaveWith(Machine& machine, const Instruction* ip) {
 template <class T>
 const Instruction* loadConstant(Machine& machine, const Instruction* ip) {
     reg<T>(machine, ip->operandA) = constant<T>(ip);
-    return ip;
+    return ip + 1;
 }
 template <class T>
 T& stored(Machine& machine, u32 place) {
@@ -47,29 +47,29 @@ T& stored(Machine& machine, u32 place) {
 template <class T>
 const Instruction* load(Machine& machine, const Instruction* ip) {
     reg<T>(machine, ip->operandA) = stored<T>(machine, static_cast<u32>(ip->value));
-    return ip;
+    return ip + 1;
 }
 template <class T>
 const Instruction* store(Machine& machine, const Instruction* ip) {
     stored<T>(machine, static_cast<u32>(ip->value)) = reg<T>(machine, ip->operandA);
-    return ip;
+    return ip + 1;
 }
 
 const Instruction* loadObjectFloat(Machine& machine, const Instruction* ip) {
     machine.floats[ip->operandA] = machine.getObjects()->readFloat(ip->value);
-    return ip;
+    return ip + 1;
 }
 const Instruction* loadObjectInt(Machine& machine, const Instruction* ip) {
     machine.ints[ip->operandA] = machine.getObjects()->readInt(ip->value);
-    return ip;
+    return ip + 1;
 }
 const Instruction* storeObjectFloat(Machine& machine, const Instruction* ip) {
     machine.getObjects()->writeFloat(ip->value, machine.floats[ip->operandA]);
-    return ip;
+    return ip + 1;
 }
 const Instruction* storeObjectInt(Machine& machine, const Instruction* ip) {
     machine.getObjects()->writeInt(ip->value, machine.ints[ip->operandA]);
-    return ip;
+    return ip + 1;
 }
 
 template <class T, AM_ScriptHandlers::Area Where>
@@ -98,7 +98,7 @@ const Instruction* element(Machine& machine, const Instruction* ip) {
     } else if constexpr (!Writes) {
         value = 0;
     }
-    return ip;
+    return ip + 1;
 }
 template <class T, AM_ScriptHandlers::Area Where, bool Clears>
 const Instruction* startArray(Machine& machine, const Instruction* ip) {
@@ -113,23 +113,23 @@ const Instruction* startArray(Machine& machine, const Instruction* ip) {
         std::fill_n(area<T, Where>(machine) + start, length, T(0));
         machine.charge(length / elementsPerStep);
     }
-    return ip;
+    return ip + 1;
 }
 
 const Instruction* copyIndex(Machine& machine, const Instruction* ip) {
     machine.ints[static_cast<u32>(ip->value)] = machine.ints[ip->operandA];
-    return ip;
+    return ip + 1;
 }
 template <class To, class From>
 const Instruction* move(Machine& machine, const Instruction* ip) {
     reg<To>(machine, static_cast<u32>(ip->value)) =
         AM_scriptConvert<To>(reg<From>(machine, ip->operandA));
-    return ip;
+    return ip + 1;
 }
 template <class To, class From>
 const Instruction* assign(Machine& machine, const Instruction* ip) {
     reg<To>(machine, ip->operandA) = AM_scriptConvert<To>(reg<From>(machine, ip->operandB));
-    return ip;
+    return ip + 1;
 }
 template <class T>
 const Instruction* negate(Machine& machine, const Instruction* ip) {
@@ -139,40 +139,40 @@ const Instruction* negate(Machine& machine, const Instruction* ip) {
         result = -x;
     else
         result = Ops::Subtract::apply(0, x);
-    return ip;
+    return ip + 1;
 }
 template <class T>
 const Instruction* invert(Machine& machine, const Instruction* ip) {
     machine.ints[static_cast<u32>(ip->value)] = 1 - Ops::truth(reg<T>(machine, ip->operandA));
-    return ip;
+    return ip + 1;
 }
 template <class T>
 const Instruction* complement(Machine& machine, const Instruction* ip) {
     machine.ints[static_cast<u32>(ip->value)] =
         ~AM_scriptConvert<i32>(reg<T>(machine, ip->operandA));
-    return ip;
+    return ip + 1;
 }
 template <class T, i32 Step>
 const Instruction* stepAfter(Machine& machine, const Instruction* ip) {
     const T old = reg<T>(machine, ip->operandA);
     step<T, Step>(machine, ip);
     reg<T>(machine, static_cast<u32>(ip->value)) = old;
-    return ip;
+    return ip + 1;
 }
 
 template <class Condition, class Arm, class To>
 const Instruction* selectFirst(Machine& machine, const Instruction* ip) {
-    if (reg<Condition>(machine, ip->operandA) == 0) return ip;
+    if (reg<Condition>(machine, ip->operandA) == 0) return ip + 1;
     reg<To>(machine, static_cast<u32>(ip->value)) =
         AM_scriptConvert<To>(reg<Arm>(machine, ip->operandB));
-    return ip + 1;
+    return ip + 2;
 }
 template <class First, class Second>
 const Instruction* selectSecond(Machine& machine, const Instruction* ip) {
     using To = Ops::Common<First, Second>;
     reg<To>(machine, static_cast<u32>(ip->value)) =
         AM_scriptConvert<To>(reg<Second>(machine, ip->operandB));
-    return ip;
+    return ip + 1;
 }
 
 using Forms = std::array<AM_ScriptHandler, k_formCount>;

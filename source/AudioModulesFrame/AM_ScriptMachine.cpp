@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <utility>
 
 namespace {
 // Stands in where the embedder has none.
@@ -34,13 +35,14 @@ public:
     Run(AM_ScriptMachine& machine, const Program& program) : machine(machine) {
         machine.running = true;
         machine.indexReported = false;
+        machine.attributeReported = false;
         machine.errorState = k_scriptOk;
         machine.steps = 0;
         machine.charged = 0;
         machine.stepLimit = k_maxScriptSteps;
         machine.floats = machine.floatStack.data();
         machine.ints = machine.intStack.data();
-        machine.calls.clear();
+        machine.depth = 0;
         machine.frame = {};
         machine.ip = program.first;
     }
@@ -58,7 +60,6 @@ private:
 AM_ScriptMachine::AM_ScriptMachine(AM_IScriptObjects* wanted) {
     floatStack.resize(k_stackRegisters);
     intStack.resize(k_stackRegisters);
-    calls.reserve(k_maxScriptCalls);
     setObjects(wanted);
 }
 
@@ -200,27 +201,26 @@ void AM_ScriptMachine::loop(const AM_ScriptInstruction* at, bool tracing) {
         count += 1 + (at->flags & k_flagFusedMask);
         at = handler(*this, at);
         if (count > stepLimit) {
-            if (!calls.empty()) AM_Log("returning from function after 100000 instruction chains\n");
+            if (depth > 0) AM_Log("returning from function after 100000 instruction chains\n");
             AM_Log("stopped machine after 100000 instruction chains\n");
             errorState = k_scriptStepLimit;
             break;
         }
-        ++at;
     }
     steps = static_cast<u32>(count) + charged;
 }
 
 void AM_ScriptMachine::stopAtMissing(const AM_ScriptInstruction* at, bool tracing) {
     const auto index = static_cast<i32>(indexOf(at));
-    const bool ordinary = at->opcode == k_opStop && calls.empty();
-    if (!calls.empty()) AM_Log("returning from function after missing callback in %d\n", index);
+    const bool ordinary = at->opcode == k_opStop && depth == 0;
+    if (depth > 0) AM_Log("returning from function after missing callback in %d\n", index);
     if (tracing || !ordinary) AM_Log("stopped machine after missing callback in %d\n", index);
     if (!ordinary) errorState = k_scriptMissingCallback;
 }
 
 const AM_ScriptInstruction* AM_ScriptMachine::stop(i32 reason) {
     errorState = reason;
-    return code.data() + code.size() - 1;
+    return code.data() + code.size();
 }
 
 bool AM_ScriptMachine::pushFrame(u32 wantedFloats, u32 wantedInts) {
@@ -238,12 +238,12 @@ bool AM_ScriptMachine::pushFrame(u32 wantedFloats, u32 wantedInts) {
 }
 
 const AM_ScriptInstruction* AM_ScriptMachine::enter(const AM_ScriptInstruction* from) {
-    if (calls.size() >= k_maxScriptCalls) {
+    if (depth == k_maxScriptCalls) {
         AM_Log("stopped machine after %d functions within functions\n", i32{k_maxScriptCalls});
         return stop(k_scriptCallDepth);
     }
     const AM_ScriptFunction& called = function(from->value);
-    calls.push_back({from, floats, ints, frame});
+    calls[depth++] = {from, floats, ints, frame};
     frame.floatBase = frame.floatTop;
     frame.intBase = frame.intTop;
     const bool hasArrays = (called.frameFloats | called.frameInts) != 0;
@@ -251,18 +251,17 @@ const AM_ScriptInstruction* AM_ScriptMachine::enter(const AM_ScriptInstruction* 
         return stop(k_scriptFrameMemory);
     floats += from->operandA;
     ints += from->operandB;
-    return code.data() + called.entry - 1;
+    return code.data() + called.entry;
 }
 
 const AM_ScriptInstruction* AM_ScriptMachine::leave(const AM_ScriptInstruction* from) {
-    if (calls.empty()) return from;
-    const Call& call = calls.back();
+    if (depth == 0) return from + 1;
+    const Call& call = calls[--depth];
     from = call.from;
     floats = call.floats;
     ints = call.ints;
     frame = call.frame;
-    calls.pop_back();
-    return from;
+    return from + 1;
 }
 
 // Arguments are in the windows that a function of a script would have; the result goes there, too.
@@ -289,10 +288,10 @@ void AM_ScriptMachine::callObject(const AM_ScriptInstruction* from) {
             unknown = kind;
     }
     AM_ScriptValue result{};
-    if (unknown != '\0')
-        AM_Log("ERROR: unknown ObjFunc Attribute '%c' on execution\n", i32{unknown});
-    else
+    if (unknown == '\0')
         result = objects->call(called.handle, arguments.data(), count);
+    else if (!std::exchange(attributeReported, true))
+        AM_Log("ERROR: unknown ObjFunc Attribute '%c' on execution\n", i32{unknown});
     if (!signature.empty() && signature[0] == 'f')
         *floatResult = result.asFloat;
     else

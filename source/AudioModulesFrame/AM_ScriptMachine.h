@@ -6,6 +6,7 @@
 #include "AM_ScriptError.h"
 #include "AM_ScriptOpcodes.h"
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -143,9 +144,9 @@ private:
     };
     // What a function returns to.
     struct Call {
-        const AM_ScriptInstruction* from;
-        f32* floats;
-        i32* ints;
+        const AM_ScriptInstruction* from = nullptr;
+        f32* floats = nullptr;
+        i32* ints = nullptr;
         Frame frame;
     };
     // Those with a handle, in the order of handles and of the code array.
@@ -181,7 +182,8 @@ private:
     std::vector<i32> storeInts;
     std::vector<f32> frameFloatArea;
     std::vector<i32> frameIntArea;
-    std::vector<Call> calls;
+    std::array<Call, k_maxScriptCalls> calls;
+    u32 depth = 0; // calls at work
     Frame frame;
     AM_IScriptObjects* objects;
     i32 nextHandle = 1;
@@ -192,4 +194,5 @@ private:
     i32 errorState = k_scriptOk;
     bool running = false;
     bool indexReported = false;
+    bool attributeReported = false;
 };

@@ -8,7 +8,7 @@
 class AM_ScriptMachine;
 struct AM_ScriptInstruction;
 
-// Executes the instruction at `ip` and returns the one in front of the next to run.
+// Executes the instruction at `ip` and returns the next one to run.
 using AM_ScriptHandler = const AM_ScriptInstruction* (*)(AM_ScriptMachine& machine,
                                                          const AM_ScriptInstruction* ip);
 

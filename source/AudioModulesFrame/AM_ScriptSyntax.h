@@ -35,6 +35,8 @@ struct AM_ScriptNode {
         k_return // a
     };
     static constexpr u8 k_noticeable = 255;
+    // What && and || may evaluate without need.
+    static constexpr u8 k_cheap = 8;
     Kind kind = k_literal;
     AM_ScriptType type = k_scriptVoid; // of an expression
     u8 op = 0;
@@ -81,6 +83,11 @@ struct AM_ScriptTree {
     AM_ScriptFunctionNode outside; // what is not in a function
     i32 lastLine = 1;
 };
+
+// An operator of the chains that every step walks without recursion, however long they are.
+inline bool AM_scriptIsChained(const AM_ScriptNode& node) {
+    return node.kind == AM_ScriptNode::k_binary && node.op < k_opAnd;
+}
 
 // A token at the place of a node, for sentences about it.
 inline AM_ScriptToken AM_scriptPlace(const AM_ScriptNode& node) {
