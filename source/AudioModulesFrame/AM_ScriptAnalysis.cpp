@@ -5,11 +5,6 @@
 namespace {
 using Node = AM_ScriptNode;
 
-// An operator that a chain without recursion may have.
-bool isChained(const Node& node) {
-    return node.kind == Node::k_binary && node.op < k_opAnd;
-}
-
 u8 sum(u32 a, u32 b) {
     return static_cast<u8>(std::min<u32>(a + b, Node::k_noticeable));
 }
@@ -184,7 +179,7 @@ void AM_ScriptAnalysis::chain(u32 index) {
     do {
         spine.push_back(first);
         first = node(first).a;
-    } while (isChained(node(spine.back())) && isChained(node(first)));
+    } while (AM_scriptIsChained(node(spine.back())) && AM_scriptIsChained(node(first)));
     value(first);
     while (spine.size() > base) {
         Node& at = node(spine.back());

@@ -8,7 +8,6 @@ using Node = AM_ScriptNode;
 constexpr u8 k_firstOfBits = k_opCompound + 20; // &=
 constexpr u8 k_andAssign = k_opCompound + 40;
 constexpr i32 k_maxConstantIndex = 255; // fits into an operand
-constexpr u8 k_cheap = 8;
 } // namespace
 
 // An index as an integer; one that is an element of an array itself has an opcode of its own.
@@ -127,7 +126,7 @@ AM_ScriptGenerator::Operand AM_ScriptGenerator::count(const AM_ScriptNode& at, i
 AM_ScriptGenerator::Operand AM_ScriptGenerator::assign(const AM_ScriptNode& at) {
     const Place to = place(at.a, node(at.b).writes);
     if (at.op == k_opAssign) return assignPlain(to, at.b);
-    if (at.op >= k_andAssign && node(at.b).cost > k_cheap) return assignLogical(at, to);
+    if (at.op >= k_andAssign && node(at.b).cost > Node::k_cheap) return assignLogical(at, to);
     return assignCompound(at, to);
 }
 

@@ -5,13 +5,6 @@
 namespace {
 using Node = AM_ScriptNode;
 
-// The most that evaluating the right side of && and || may cost where it needn't be evaluated.
-constexpr u8 k_cheap = 8;
-
-bool isChained(const Node& node) {
-    return node.kind == Node::k_binary && node.op < k_opAnd;
-}
-
 // Whether a binary operator converts its operands to integers.
 bool isOfBits(u8 op) {
     return op == k_opShiftLeft || op == k_opShiftRight || op == k_opBitAnd || op == k_opBitXor ||
@@ -98,7 +91,7 @@ AM_ScriptGenerator::Operand AM_ScriptGenerator::value(u32 index, i32 want) {
     case Node::k_count:
         return count(at, want, true);
     case Node::k_binary:
-        return isChained(at) ? chain(index, want) : logical(at, want);
+        return AM_scriptIsChained(at) ? chain(index, want) : logical(at, want);
     case Node::k_conditional:
         return conditional(at, want);
     case Node::k_assign:
@@ -139,7 +132,7 @@ AM_ScriptGenerator::Operand AM_ScriptGenerator::chain(u32 index, i32 want) {
     Mark mark(*this);
     const size_t base = spine.size();
     u32 first = index;
-    for (; isChained(node(first)); first = node(first).a)
+    for (; AM_scriptIsChained(node(first)); first = node(first).a)
         spine.push_back(first);
     Operand left = value(first);
     while (spine.size() > base) {
@@ -182,7 +175,7 @@ AM_ScriptGenerator::Operand AM_ScriptGenerator::operation(u8 op, Operand left, O
 AM_ScriptGenerator::Operand AM_ScriptGenerator::logical(const AM_ScriptNode& at, i32 want) {
     Mark mark(*this);
     const Operand first = value(at.a);
-    if (node(at.b).cost <= k_cheap) {
+    if (node(at.b).cost <= Node::k_cheap) {
         const Operand second = value(at.b);
         mark.giveBack();
         return operation(at.op, first, second, want);
