@@ -20,20 +20,18 @@ public:
     // before anybody else uses them.
     void release();
 
-    // `steps` internal samples, at most 64: from four taps, each as the matrices hear it and with
-    // room for seven more, to the left and right sums of the outputs.
-    void run(const f32* const (&taps)[4], f32* left, f32* right, i32 steps, f32 feedback);
+    // `steps` internal samples, at most 64: from four taps, each as the matrices hear it, to the
+    // sums of the outputs, left and right in turn. Both have room for k_vectorSteps - 1 more.
+    void run(const f32* const (&taps)[4], f32* frames, i32 steps, f32 feedback);
 
 private:
     static constexpr i32 k_lines = 64;
-    using Samples = f32[k_subBlockFrames + 1];
 
     void hold();
     void open(i32 steps);
     void close(i32 steps);
-    void openCopied(i32 line, i32 from, i32 count);
-    void runBlock(const f32* const (&taps)[4], f32* left, f32* right, i32 count, f32 feedback);
-    void gather(const AM_PlanRead* reads, const f32** heard) const;
+    void copyOuts(i32 line, i32 count);
+    void runBlock(const f32* const (&taps)[4], f32* frames, i32 count, f32 feedback);
 
     const AM_KernelSet& kernels = AM_kernels();
     AM_NetworkPlan plan{};
@@ -42,18 +40,20 @@ private:
 
     // The rings while they are held.
     bool held = false;
-    f32* samples[k_lines];
-    alignas(16) i32 writes[k_lines];
-    alignas(16) i32 spans[k_lines]; // from what is written to what is given out
+    alignas(16) f32* samples[k_lines] = {};
+    alignas(16) i32 writes[k_lines] = {};
+    alignas(16) i32 spans[k_lines] = {}; // from what is written to what is given out
     i32 mask = 0;
 
     // Of the block: what each line gives out, as a plan's reads count (one sample more than the
     // block has), and where its input goes. Both lie in the ring itself unless they would run over
     // its end.
-    const f32* outs[2 * k_lines];
-    f32* ins[k_lines];
+    alignas(16) const f32* outs[2 * k_lines];
+    alignas(16) f32* ins[k_lines];
     alignas(16) i32 froms[k_lines];
-    alignas(16) Samples outCopies[k_lines];
-    alignas(16) Samples inCopies[k_lines];
-    alignas(16) Samples means[AM_NetworkPlan::k_maxParts];
+    u8 apart[k_lines]; // the lines whose samples are copied
+    i32 numApart = 0;
+    alignas(32) f32 outCopies[k_lines][k_subBlockFrames + 1];
+    alignas(32) AM_StepSamples inCopies[k_lines];
+    alignas(32) AM_StepSamples means[AM_NetworkPlan::k_maxParts];
 };

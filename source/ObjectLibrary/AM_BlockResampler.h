@@ -7,10 +7,8 @@
 #include "AM_SincTable.h"
 #include "BlockContext.h"
 
-inline constexpr i32 k_sincPast = k_sincTaps; // samples kept in front of those of a block
-
 // A sinc table laid out by phase: the taps of one phase lie side by side, the one for the oldest
-// sample first.
+// sample first, each once for the left and once for the right channel.
 class AM_PhaseTable {
 public:
     void take(const AM_SincTable& table);
@@ -19,25 +17,33 @@ public:
 
 private:
     static constexpr i32 k_rows = k_sincPhases + 2;
-    alignas(32) f32 rows[k_rows][k_sincTaps] = {};
+    alignas(32) f32 rows[k_rows][2 * k_sincTaps] = {};
 };
 
-// Two channels: what their rings hold of the past, and behind it the samples of the block.
-struct AM_ResamplerInput {
-    // Fetches the past from the rings.
-    void open(fixedDelay* const (&rings)[2]);
-    // Where the block's samples go, in front of the resampling.
-    f32* block(i32 channel) { return samples[channel] + k_sincPast; }
-    // Writes the first `count` samples of the block to the rings, as if one by one.
-    void close(fixedDelay* const (&rings)[2], i32 count) const;
+// Two channels in front of a resampler, left and right in turn: what has gone in of late, and
+// behind it the frames of the block. From the first `hold` until `release` the rings stand still.
+class AM_ResamplerInput {
+public:
+    void setRings(fixedDelay* const (&newRings)[2]);
+    // Fetches the past from the rings, unless it is here already.
+    void hold();
+    // Lets the rings go on from here, for before anybody else uses them.
+    void release();
 
-    // Sets left[i] and right[i] to the samples at `points`, at most 64; both have room for a
-    // multiple of four.
+    // Where the block's frames go, with room for k_vectorSteps - 1 more than 64.
+    f32* block() { return frames + 2 * k_past; }
+    // left[i] and right[i] of the block's frames and the past, at `count` placed points; both have
+    // room for a multiple of four.
     void resample(const AM_KernelSet& kernels, const AM_PhaseTable& table,
-                  const AM_ResamplerPoint* points, i32 count, f32* left, f32* right) const;
+                  const AM_ResamplerPoints& points, i32 count, f32* left, f32* right) const {
+        kernels.resample(frames, table.phase(0), points, count, left, right);
+    }
+    // The first `count` frames of the block have become past.
+    void advance(i32 count);
 
-    alignas(16) f32 samples[2][k_sincPast + k_subBlockFrames];
+private:
+    static constexpr i32 k_past = k_sincTaps;
+    fixedDelay* rings[2] = {};
+    bool held = false;
+    alignas(32) f32 frames[2 * (k_past + k_subBlockFrames + k_vectorSteps - 1)] = {};
 };
-
-// Appends `count` samples, 0 to 64, to a ring of at least 64, as that many calls of push.
-void AM_pushBlock(AM_SampleDelay& ring, const f32* samples, i32 count);

@@ -100,6 +100,8 @@ void AM_DelayNetWorks::setup() {
         d.inputRing[side] = elements->newLine(k_ringSize);
         d.outputRing[side] = elements->newLine(k_ringSize);
     }
+    blocks->input.setRings(d.inputRing);
+    blocks->output.setRings(d.outputRing);
     AM_fillSinc(d.inputTable, k_inputCutoff);
     AM_fillSinc(d.outputTable, k_outputCutoff);
     AM_STD::copyText(myParams().paramString, k_defaultCode);

@@ -121,6 +121,7 @@ public:
 
     // True while the module sleeps: input and output have been silent and nothing is computed.
     bool isAsleep() const;
+    bool isResting() override { return isAsleep(); }
 
 private:
     friend class AM_DelayNetworkRun;

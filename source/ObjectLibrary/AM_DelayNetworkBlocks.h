@@ -6,6 +6,13 @@
 
 // All of the audio thread.
 struct AM_DelayNetworkBlocks {
+    // Gives lines and rings back to who uses them one by one.
+    void release() {
+        network.release();
+        input.release();
+        output.release();
+    }
+
     const AM_KernelSet& kernels = AM_kernels();
     AM_BlockNetwork network;
     AM_PhaseTable inputPhases;
@@ -19,10 +26,10 @@ struct AM_DelayNetworkBlocks {
     // Scratch of one sub-block.
     AM_ResamplerInput input;
     AM_ResamplerInput output;
-    AM_ResamplerPoint steps[k_subBlockFrames];  // where the internal samples lie in the input
-    AM_ResamplerPoint frames[k_subBlockFrames]; // where the host's frames lie in the output
-    alignas(
-        16) f32 taps[6][1 + k_subBlockFrames + 7] = {}; // first the last one of the block before
+    AM_ResamplerPoints steps;  // where the internal samples lie in the input
+    AM_ResamplerPoints frames; // where the host's frames lie in the output
+    // What is heard of the taps: first the last one of the block before.
+    alignas(16) f32 taps[6][1 + k_subBlockFrames + k_vectorSteps - 1] = {};
     alignas(16) f32 wetLeft[k_subBlockFrames];
     alignas(16) f32 wetRight[k_subBlockFrames];
 };

@@ -109,7 +109,7 @@ public:
 private:
     void updateGains();
     void startBlock(f32 dry, f32 wet);
-    void gateInput(const f32* in, bool on, f32* gated, i32 frames) const;
+    void gateInput(const f32* inLeft, const f32* inRight, f32* gated, i32 frames) const;
 
     // The plain path: sample by sample through the objects.
     void wetPlain(const f32* inLeft, const f32* inRight, i32 frames);
@@ -203,9 +203,14 @@ void AM_DelayNetworkRun::startBlock(f32 dry, f32 wet) {
 }
 
 // A side without a signal, and what is not finite, stays out of the network.
-void AM_DelayNetworkRun::gateInput(const f32* in, bool on, f32* gated, i32 frames) const {
-    for (i32 i = 0; i < frames; ++i)
-        gated[i] = on && std::isfinite(in[i]) ? in[i] : 0.0f;
+void AM_DelayNetworkRun::gateInput(const f32* inLeft, const f32* inRight, f32* gated,
+                                   i32 frames) const {
+    const bool leftOn = scan.leftOn;
+    const bool rightOn = scan.rightOn;
+    for (i32 i = 0; i < frames; ++i) {
+        gated[2 * i] = leftOn && std::isfinite(inLeft[i]) ? inLeft[i] : 0.0f;
+        gated[2 * i + 1] = rightOn && std::isfinite(inRight[i]) ? inRight[i] : 0.0f;
+    }
 }
 
 // dry and wet, each on its way to a new level.
@@ -236,14 +241,12 @@ void AM_DelayNetworkRun::mix(const f32* inLeft, const f32* inRight, f32* outLeft
 // --- plain -----------------------------------------------------------------------------------
 
 void AM_DelayNetworkRun::wetPlain(const f32* inLeft, const f32* inRight, i32 frames) {
-    blocks.network.release();
-    f32* gatedLeft = blocks.input.block(0);
-    f32* gatedRight = blocks.input.block(1);
-    gateInput(inLeft, scan.leftOn, gatedLeft, frames);
-    gateInput(inRight, scan.rightOn, gatedRight, frames);
+    blocks.release();
+    f32* gated = blocks.input.block();
+    gateInput(inLeft, inRight, gated, frames);
     for (i32 i = 0; i < frames; ++i) {
-        d.inputRing[0]->write(gatedLeft[i]);
-        d.inputRing[1]->write(gatedRight[i]);
+        d.inputRing[0]->write(gated[2 * i]);
+        d.inputRing[1]->write(gated[2 * i + 1]);
         d.phase += ratio;
         if (d.phase >= 1.0f) {
             d.phase -= 1.0f;
@@ -288,18 +291,17 @@ void AM_DelayNetworkRun::internalStep() {
 void AM_DelayNetworkRun::wetInBlocks(const f32* inLeft, const f32* inRight, i32 frames) {
     AM_ResamplerInput& input = blocks.input;
     AM_ResamplerInput& output = blocks.output;
-    input.open(d.inputRing);
-    gateInput(inLeft, scan.leftOn, input.block(0), frames);
-    gateInput(inRight, scan.rightOn, input.block(1), frames);
+    input.hold();
+    output.hold();
+    gateInput(inLeft, inRight, input.block(), frames);
     const i32 steps = planSteps(frames);
     input.resample(blocks.kernels, blocks.inputPhases, blocks.steps, steps, blocks.taps[0] + 1,
                    blocks.taps[1] + 1);
-    input.close(d.inputRing, frames);
-    output.open(d.outputRing);
+    input.advance(frames);
     runNetwork(steps);
     output.resample(blocks.kernels, blocks.outputPhases, blocks.frames, frames, blocks.wetLeft,
                     blocks.wetRight);
-    output.close(d.outputRing, steps);
+    output.advance(steps);
 }
 
 // Where the internal clock ticks within the block; it does not depend on the signal.
@@ -310,11 +312,15 @@ i32 AM_DelayNetworkRun::planSteps(i32 frames) {
         phase += ratio;
         if (phase >= 1.0f) {
             phase -= 1.0f;
-            blocks.steps[steps++] = {i + 1, (1.0f - phase / ratio) * 32.0f};
+            blocks.steps.newest[steps] = i + 1;
+            blocks.steps.position[steps++] = (1.0f - phase / ratio) * 32.0f;
         }
-        blocks.frames[i] = {steps, phase * 32.0f};
+        blocks.frames.newest[i] = steps;
+        blocks.frames.position[i] = phase * 32.0f;
     }
     d.phase = phase;
+    blocks.steps.place(steps);
+    blocks.frames.place(frames);
     return steps;
 }
 
@@ -332,10 +338,12 @@ void AM_DelayNetworkRun::runNetwork(i32 steps) {
     for (i32 i = 0; i < 6; ++i) {
         AM_SampleDelay& ring = *d.feeds[i]->getSampleDelay();
         taps[i][0] = ring.read_ix(0);
-        AM_pushBlock(ring, taps[i] + 1, steps);
+        // Older ones are never heard again.
+        for (i32 n = std::max(1, steps - 1); n <= steps; ++n)
+            ring.push(taps[i][n]);
     }
     const f32* const heard[4] = {taps[0], taps[1], taps[2], taps[3]};
-    blocks.network.run(heard, blocks.output.block(0), blocks.output.block(1), steps, feedback);
+    blocks.network.run(heard, blocks.output.block(), steps, feedback);
 }
 
 void AM_DelayNetWorks::processSubBlock(i32* start, i32* numQuads, CircuitModule* slot,
@@ -400,7 +408,7 @@ void AM_DelayNetWorks::install(const AM_DelayModel& model) {
 // Taps and bridges are not touched.
 void AM_DelayNetWorks::clearNetwork(f32 sampleRate) {
     AM_DelayNetworkData& d = myData();
-    blocks->network.release();
+    blocks->release();
     for (i32 r = 0; r < 4; ++r) {
         DSP_SVF& record = *d.filterRecords[r];
         record.shape = 0;

@@ -7,38 +7,50 @@
 // last vector up. Audio thread.
 #pragma once
 
+#include "AM_NetworkPlan.h"
 #include "AM_Types.h"
+#include "BlockContext.h"
 
-inline constexpr i32 k_maxMatrixSize = 8;
 inline constexpr i32 k_numKernelFamilies = 6;
+inline constexpr i32 k_vectorSteps = 8; // blocks are computed in multiples of these
 
-// The lines of one matrix over a block.
-struct AM_MatrixBlock {
-    const f32* const* out; // what the elements give out
-    f32* const* in;        // what goes into their lines
-    const f32* gain;       // of each line
-    const f32* input;
-    f32 feedback; // 0 while muted
+// Internal samples of one mean, and of two channels in turn.
+using AM_StepSamples = f32[k_subBlockFrames];
+
+// What a block of the network is computed from, and where its lines are fed.
+struct AM_NetworkBlock {
+    const f32* const* outs; // what the lines give out, by AM_PlanRead
+    f32* const* ins;        // what goes into each line
+    const f32* gains;       // of each line
+    const f32* const* taps; // the four that matrices hear
+    AM_StepSamples* means;  // room for those of the plan
+    f32 feedback;
 };
 
-// One sample to compute: between which samples it lies, and where between them.
-struct AM_ResamplerPoint {
-    i32 newest;   // samples of the block that are there at that time; with 0 only the past is
-    f32 position; // in phases, 0 to 32
+// Samples to compute, at most 64: between which frames each lies, and where between them. Kernels
+// take them by fours, so the last ones are filled up with points that are valid too.
+struct AM_ResamplerPoints {
+    alignas(16) i32 newest[k_subBlockFrames];   // frames of the block that are there at that time
+    alignas(16) f32 position[k_subBlockFrames]; // in phases, 0 to 32
+
+    // Made of the positions by `place`.
+    alignas(16) i32 row[k_subBlockFrames];      // the phase in front
+    alignas(16) f32 fraction[k_subBlockFrames]; // the part of the phase behind
+    alignas(16) f32 rest[k_subBlockFrames];     // and of the one in front
+
+    // Fills the last four up and looks up the phases of `count` points.
+    void place(i32 count);
 };
 
 struct AM_KernelSet {
-    // mean[n] = (0 + out[0][n] + out[1][n] ...) / count, with 4, 6 or 8 outs.
-    void (*mean)(const f32* const* out, i32 count, f32* mean, i32 steps);
-    // The same mean goes to the outputs: left[n] += mean * gainLeft, and the right side alike.
-    void (*collect)(const f32* const* out, i32 count, f32 gainLeft, f32 gainRight, f32* left,
-                    f32* right, i32 steps);
-    // What goes into the lines of a matrix, by AM_FamilyIndex.
-    void (*matrix[k_numKernelFamilies])(const AM_MatrixBlock& block, i32 steps);
-    // One sample for each of `count` points, in groups of four, of which the last may be filled up
-    // with anything: left and right have room for it. `phases`: 34 rows of 32 taps, the one for the
-    // oldest sample first, rows and samples' starts 16-byte aligned.
-    void (*resample)(const f32* const* samples, const f32* phases, const AM_ResamplerPoint* points,
+    // One block, by AM_FamilyIndex: means, matrices, and the sums of the outputs, left and right in
+    // turn, to `frames`. `steps`: a multiple of k_vectorSteps, at most 64.
+    void (*network[k_numKernelFamilies])(const AM_NetworkPlan& plan, const AM_NetworkBlock& block,
+                                         f32* frames, i32 steps);
+    // left[i] and right[i] for `count` placed points; both have room for a multiple of four.
+    // `frames`: left and right in turn, 32 of the past in front of the block's.
+    // `phases`: 34 rows of 32 taps, the one for the oldest frame first, each twice.
+    void (*resample)(const f32* frames, const f32* phases, const AM_ResamplerPoints& points,
                      i32 count, f32* left, f32* right);
 };
 

@@ -6,296 +6,311 @@
 
 #include <immintrin.h>
 
-// Iterations of the next loop touch different memory; the compiler cannot know.
-#if defined(__clang__)
-// A build that does not take the hint, such as a sanitizer's, is slower and no less right.
-#pragma clang diagnostic ignored "-Wpass-failed"
-#define AM_INDEPENDENT _Pragma("clang loop vectorize(assume_safety)")
-#else
-#define AM_INDEPENDENT _Pragma("GCC ivdep")
-#endif
-
 namespace {
+
+// --- vectors -----------------------------------------------------------------------------------
+
+// Steps of one line side by side, or frames of two channels. turnOver: frame i of vector j becomes
+// frame j of vector i.
+#if defined(__AVX__)
+struct Vec {
+    static constexpr i32 lanes = 8;
+    __m256 v;
+    static Vec load(const f32* from) { return {_mm256_loadu_ps(from)}; }
+    static Vec of(f32 value) { return {_mm256_set1_ps(value)}; }
+    static Vec ofAt(const f32* value) { return {_mm256_broadcast_ss(value)}; }
+    void store(f32* to) const { _mm256_storeu_ps(to, v); }
+    friend Vec operator+(Vec a, Vec b) { return {_mm256_add_ps(a.v, b.v)}; }
+    friend Vec operator-(Vec a, Vec b) { return {_mm256_sub_ps(a.v, b.v)}; }
+    friend Vec operator*(Vec a, Vec b) { return {_mm256_mul_ps(a.v, b.v)}; }
+    friend Vec operator/(Vec a, Vec b) { return {_mm256_div_ps(a.v, b.v)}; }
+    friend Vec operator-(Vec a) { return {_mm256_xor_ps(a.v, _mm256_set1_ps(-0.0f))}; }
+
+    static void turnOver(Vec (&t)[4]) {
+        const __m256d a = _mm256_castps_pd(t[0].v);
+        const __m256d b = _mm256_castps_pd(t[1].v);
+        const __m256d c = _mm256_castps_pd(t[2].v);
+        const __m256d d = _mm256_castps_pd(t[3].v);
+        const __m256d ab02 = _mm256_unpacklo_pd(a, b);
+        const __m256d ab13 = _mm256_unpackhi_pd(a, b);
+        const __m256d cd02 = _mm256_unpacklo_pd(c, d);
+        const __m256d cd13 = _mm256_unpackhi_pd(c, d);
+        t[0].v = _mm256_castpd_ps(_mm256_permute2f128_pd(ab02, cd02, 0x20));
+        t[1].v = _mm256_castpd_ps(_mm256_permute2f128_pd(ab13, cd13, 0x20));
+        t[2].v = _mm256_castpd_ps(_mm256_permute2f128_pd(ab02, cd02, 0x31));
+        t[3].v = _mm256_castpd_ps(_mm256_permute2f128_pd(ab13, cd13, 0x31));
+    }
+    // From left and right in turn, and to it.
+    void storeApart(f32* left, f32* right) const {
+        const __m128 low = _mm256_castps256_ps128(v);
+        const __m128 high = _mm256_extractf128_ps(v, 1);
+        _mm_storeu_ps(left, _mm_shuffle_ps(low, high, 0x88));
+        _mm_storeu_ps(right, _mm_shuffle_ps(low, high, 0xdd));
+    }
+    static void storeInTurn(Vec left, Vec right, f32* to) {
+        const __m256 low = _mm256_unpacklo_ps(left.v, right.v);
+        const __m256 high = _mm256_unpackhi_ps(left.v, right.v);
+        _mm256_storeu_ps(to, _mm256_permute2f128_ps(low, high, 0x20));
+        _mm256_storeu_ps(to + lanes, _mm256_permute2f128_ps(low, high, 0x31));
+    }
+};
+#else
+struct Vec {
+    static constexpr i32 lanes = 4;
+    __m128 v;
+    static Vec load(const f32* from) { return {_mm_loadu_ps(from)}; }
+    static Vec of(f32 value) { return {_mm_set1_ps(value)}; }
+    static Vec ofAt(const f32* value) { return {_mm_load1_ps(value)}; }
+    void store(f32* to) const { _mm_storeu_ps(to, v); }
+    friend Vec operator+(Vec a, Vec b) { return {_mm_add_ps(a.v, b.v)}; }
+    friend Vec operator-(Vec a, Vec b) { return {_mm_sub_ps(a.v, b.v)}; }
+    friend Vec operator*(Vec a, Vec b) { return {_mm_mul_ps(a.v, b.v)}; }
+    friend Vec operator/(Vec a, Vec b) { return {_mm_div_ps(a.v, b.v)}; }
+    friend Vec operator-(Vec a) { return {_mm_xor_ps(a.v, _mm_set1_ps(-0.0f))}; }
+
+    static void turnOver(Vec (&t)[2]) {
+        const __m128 a = t[0].v;
+        const __m128 b = t[1].v;
+        t[0].v = _mm_movelh_ps(a, b);
+        t[1].v = _mm_movehl_ps(b, a);
+    }
+    void storeApart(f32* left, f32* right) const {
+        _mm_storel_pi(reinterpret_cast<__m64*>(left), _mm_shuffle_ps(v, v, 0x88));
+        _mm_storel_pi(reinterpret_cast<__m64*>(right), _mm_shuffle_ps(v, v, 0xdd));
+    }
+    static void storeInTurn(Vec left, Vec right, f32* to) {
+        _mm_storeu_ps(to, _mm_unpacklo_ps(left.v, right.v));
+        _mm_storeu_ps(to + lanes, _mm_unpackhi_ps(left.v, right.v));
+    }
+};
+#endif
 
 // --- network ---------------------------------------------------------------------------------
 
-// What a loop over a block needs of it, where the compiler knows that nothing changes it.
-template <i32 N>
-struct Lines {
-    const f32* out[N];
-    f32* in[N];
-    f32 gain[N];
-    const f32* input;
-    f32 feedback;
-    explicit Lines(const AM_MatrixBlock& block) : input(block.input), feedback(block.feedback) {
-        for (i32 i = 0; i < N; ++i) {
-            out[i] = block.out[i];
-            in[i] = block.in[i];
-            gain[i] = block.gain[i];
-        }
-    }
-};
-
+// What the elements of one matrix give out.
 template <i32 N>
 struct Outs {
-    const f32* y[N];
-    explicit Outs(const f32* const* out) {
+    const f32* line[N];
+    Outs(const AM_NetworkBlock& block, const AM_PlanRead* reads) {
         for (i32 i = 0; i < N; ++i)
-            y[i] = out[i];
+            line[i] = block.outs[reads[i]];
     }
-    f32 mean(i32 n) const {
-        f32 sum = 0.0f;
+    Vec at(i32 i, i32 n) const { return Vec::load(line[i] + n); }
+    // (0 + out[0] + out[1] ...) / N
+    static Vec mean(const Vec (&y)[N]) {
+        Vec sum = Vec::of(0.0f);
         for (i32 i = 0; i < N; ++i)
-            sum += y[i][n];
-        return sum / static_cast<f32>(N);
+            sum = sum + y[i];
+        // Where it is exact, by the reciprocal.
+        return N == 6 ? sum / Vec::of(6.0f) : sum * Vec::of(1.0f / N);
+    }
+    Vec mean(i32 n) const {
+        Vec y[N];
+        for (i32 i = 0; i < N; ++i)
+            y[i] = at(i, n);
+        return mean(y);
     }
 };
 
+// One matrix over a block: from what its elements give out to what goes into its lines.
 template <i32 N>
-void meanOf(const f32* const* out, f32* target, i32 steps) {
-    const Outs<N> outs(out);
-    AM_INDEPENDENT
-    for (i32 n = 0; n < steps; ++n)
-        target[n] = outs.mean(n);
-}
-
-template <i32 N>
-void collectOf(const f32* const* out, f32 gainLeft, f32 gainRight, f32* left, f32* right,
-               i32 steps) {
-    const Outs<N> outs(out);
-    AM_INDEPENDENT
-    for (i32 n = 0; n < steps; ++n) {
-        const f32 y = outs.mean(n);
-        left[n] += y * gainLeft;
-        right[n] += y * gainRight;
+struct Matrix {
+    Outs<N> out;
+    f32* in[N];
+    Vec gain[N];
+    const f32* input;
+    f32 feedback; // 0 while muted
+    Matrix(const AM_NetworkBlock& block, const AM_PlanMatrix& matrix)
+        : out(block, matrix.reads),
+          input(matrix.fromTap ? block.taps[matrix.source] : block.means[matrix.source]),
+          feedback(matrix.muted ? 0.0f : block.feedback) {
+        for (i32 i = 0; i < N; ++i) {
+            in[i] = block.ins[matrix.firstLine + i];
+            gain[i] = Vec::ofAt(block.gains + matrix.firstLine + i);
+        }
     }
-}
-
-void mean(const f32* const* out, i32 count, f32* target, i32 steps) {
-    if (count == 4)
-        meanOf<4>(out, target, steps);
-    else if (count == 6)
-        meanOf<6>(out, target, steps);
-    else
-        meanOf<8>(out, target, steps);
-}
-
-void collect(const f32* const* out, i32 count, f32 gainLeft, f32 gainRight, f32* left, f32* right,
-             i32 steps) {
-    if (count == 4)
-        collectOf<4>(out, gainLeft, gainRight, left, right, steps);
-    else if (count == 6)
-        collectOf<6>(out, gainLeft, gainRight, left, right, steps);
-    else
-        collectOf<8>(out, gainLeft, gainRight, left, right, steps);
-}
+    // What a line takes in whose matrix mixes: its own feedback is off, but the zero is multiplied
+    // through, so that what is not finite stays visible.
+    void feed(i32 i, i32 n, Vec y, Vec mix, Vec heard) const {
+        (y * Vec::of(0.0f) * gain[i] + (gain[i] * mix + heard)).store(in[i] + n);
+    }
+};
 
 // m = mean of the outs; in = out * feedback * gain - 2 * feedback * gain * m + input
 template <i32 N>
-void householder(const AM_MatrixBlock& block, i32 steps) {
-    const Lines<N> b(block);
-    const f32 c = b.feedback * -2.0f;
-    f32 mixed[N];
-    for (i32 i = 0; i < N; ++i)
-        mixed[i] = b.gain[i] * c;
-    AM_INDEPENDENT
-    for (i32 n = 0; n < steps; ++n) {
-        f32 y[N];
-        f32 sum = 0.0f;
-        for (i32 i = 0; i < N; ++i) {
-            y[i] = b.out[i][n];
-            sum += y[i];
-        }
-        const f32 m = sum / static_cast<f32>(N);
+struct Householder {
+    static constexpr i32 size = N;
+    static void run(const Matrix<N>& matrix, i32 steps) {
+        const Vec feedback = Vec::of(matrix.feedback);
+        const Vec c = Vec::of(matrix.feedback * -2.0f);
+        Vec mixed[N];
         for (i32 i = 0; i < N; ++i)
-            b.in[i][n] = y[i] * b.feedback * b.gain[i] + (mixed[i] * m + b.input[n]);
+            mixed[i] = matrix.gain[i] * c;
+        for (i32 n = 0; n < steps; n += Vec::lanes) {
+            Vec y[N];
+            for (i32 i = 0; i < N; ++i)
+                y[i] = matrix.out.at(i, n);
+            const Vec m = Outs<N>::mean(y);
+            const Vec input = Vec::load(matrix.input + n);
+            for (i32 i = 0; i < N; ++i)
+                (y[i] * feedback * matrix.gain[i] + (mixed[i] * m + input)).store(matrix.in[i] + n);
+        }
     }
-}
-
-// What a line whose matrix mixes takes in: its own feedback is off, but the zero is multiplied
-// through, so that what is not finite stays visible.
-inline f32 fed(f32 y, f32 gain, f32 mix, f32 input) {
-    return y * 0.0f * gain + (gain * mix + input);
-}
+};
 
 // Two outs a row, by 1/sqrt(2).
-void gerzon4(const AM_MatrixBlock& block, i32 steps) {
-    const Lines<4> b(block);
-    const f32 s = static_cast<f32>(static_cast<f64>(b.feedback) / __builtin_sqrt(2.0));
-    AM_INDEPENDENT
-    for (i32 n = 0; n < steps; ++n) {
-        const f32 y0 = b.out[0][n];
-        const f32 y1 = b.out[1][n];
-        const f32 y2 = b.out[2][n];
-        const f32 y3 = b.out[3][n];
-        const f32 input = b.input[n];
-        b.in[0][n] = fed(y0, b.gain[0], (y2 + y1) * s, input);
-        b.in[1][n] = fed(y1, b.gain[1], (-y0 - y3) * s, input);
-        b.in[2][n] = fed(y2, b.gain[2], (y0 - y3) * s, input);
-        b.in[3][n] = fed(y3, b.gain[3], (y1 - y2) * s, input);
+struct Gerzon4 {
+    static constexpr i32 size = 4;
+    static void run(const Matrix<4>& matrix, i32 steps) {
+        const Vec s =
+            Vec::of(static_cast<f32>(static_cast<f64>(matrix.feedback) / __builtin_sqrt(2.0)));
+        for (i32 n = 0; n < steps; n += Vec::lanes) {
+            const Vec y0 = matrix.out.at(0, n);
+            const Vec y1 = matrix.out.at(1, n);
+            const Vec y2 = matrix.out.at(2, n);
+            const Vec y3 = matrix.out.at(3, n);
+            const Vec input = Vec::load(matrix.input + n);
+            matrix.feed(0, n, y0, (y2 + y1) * s, input);
+            matrix.feed(1, n, y1, (-y0 - y3) * s, input);
+            matrix.feed(2, n, y2, (y0 - y3) * s, input);
+            matrix.feed(3, n, y3, (y1 - y2) * s, input);
+        }
     }
-}
+};
 
 // Sums and differences of the outs, by 1/2.
-void hadamard4(const AM_MatrixBlock& block, i32 steps) {
-    const Lines<4> b(block);
-    const f32 s = b.feedback * 0.5f;
-    AM_INDEPENDENT
-    for (i32 n = 0; n < steps; ++n) {
-        const f32 y0 = b.out[0][n];
-        const f32 y1 = b.out[1][n];
-        const f32 y2 = b.out[2][n];
-        const f32 y3 = b.out[3][n];
-        const f32 sum = y1 + y0;
-        const f32 difference = y0 - y1;
-        const f32 input = b.input[n];
-        b.in[0][n] = fed(y0, b.gain[0], ((sum + y2) + y3) * s, input);
-        b.in[1][n] = fed(y1, b.gain[1], ((difference + y2) - y3) * s, input);
-        b.in[2][n] = fed(y2, b.gain[2], ((sum - y2) - y3) * s, input);
-        b.in[3][n] = fed(y3, b.gain[3], ((difference - y2) + y3) * s, input);
+struct Hadamard4 {
+    static constexpr i32 size = 4;
+    static void run(const Matrix<4>& matrix, i32 steps) {
+        const Vec s = Vec::of(matrix.feedback * 0.5f);
+        for (i32 n = 0; n < steps; n += Vec::lanes) {
+            const Vec y0 = matrix.out.at(0, n);
+            const Vec y1 = matrix.out.at(1, n);
+            const Vec y2 = matrix.out.at(2, n);
+            const Vec y3 = matrix.out.at(3, n);
+            const Vec sum = y1 + y0;
+            const Vec difference = y0 - y1;
+            const Vec input = Vec::load(matrix.input + n);
+            matrix.feed(0, n, y0, ((sum + y2) + y3) * s, input);
+            matrix.feed(1, n, y1, ((difference + y2) - y3) * s, input);
+            matrix.feed(2, n, y2, ((sum - y2) - y3) * s, input);
+            matrix.feed(3, n, y3, ((difference - y2) + y3) * s, input);
+        }
     }
-}
+};
 
 // Sylvester's order; rows four apart share their first four terms. By 0.35.
-void hadamard8(const AM_MatrixBlock& block, i32 steps) {
-    const Lines<8> b(block);
-    const f32 s = static_cast<f32>((static_cast<f64>(b.feedback) * 0.4) * 0.875);
-    AM_INDEPENDENT
-    for (i32 n = 0; n < steps; ++n) {
-        f32 y[8];
-        for (i32 i = 0; i < 8; ++i)
-            y[i] = b.out[i][n];
-        const f32 sum = y[0] + y[1];
-        const f32 difference = y[0] - y[1];
-        const f32 head0 = (sum + y[2]) + y[3];
-        const f32 head1 = (difference + y[2]) - y[3];
-        const f32 head2 = (sum - y[2]) - y[3];
-        const f32 head3 = (difference - y[2]) + y[3];
-        const f32 rows[8] = {
-            (((head0 + y[4]) + y[5]) + y[6]) + y[7], (((head1 + y[4]) - y[5]) + y[6]) - y[7],
-            (((head2 + y[4]) + y[5]) - y[6]) - y[7], (((head3 + y[4]) - y[5]) - y[6]) + y[7],
-            (((head0 - y[4]) - y[5]) - y[6]) - y[7], (((head1 - y[4]) + y[5]) - y[6]) + y[7],
-            (((head2 - y[4]) - y[5]) + y[6]) + y[7], (((head3 - y[4]) + y[5]) + y[6]) - y[7]};
-        const f32 input = b.input[n];
-        for (i32 i = 0; i < 8; ++i)
-            b.in[i][n] = fed(y[i], b.gain[i], rows[i] * s, input);
+struct Hadamard8 {
+    static constexpr i32 size = 8;
+    static void run(const Matrix<8>& matrix, i32 steps) {
+        const Vec s = Vec::of(static_cast<f32>((static_cast<f64>(matrix.feedback) * 0.4) * 0.875));
+        for (i32 n = 0; n < steps; n += Vec::lanes) {
+            Vec y[8];
+            for (i32 i = 0; i < 8; ++i)
+                y[i] = matrix.out.at(i, n);
+            const Vec sum = y[0] + y[1];
+            const Vec difference = y[0] - y[1];
+            const Vec head0 = (sum + y[2]) + y[3];
+            const Vec head1 = (difference + y[2]) - y[3];
+            const Vec head2 = (sum - y[2]) - y[3];
+            const Vec head3 = (difference - y[2]) + y[3];
+            const Vec rows[8] = {
+                (((head0 + y[4]) + y[5]) + y[6]) + y[7], (((head1 + y[4]) - y[5]) + y[6]) - y[7],
+                (((head2 + y[4]) + y[5]) - y[6]) - y[7], (((head3 + y[4]) - y[5]) - y[6]) + y[7],
+                (((head0 - y[4]) - y[5]) - y[6]) - y[7], (((head1 - y[4]) + y[5]) - y[6]) + y[7],
+                (((head2 - y[4]) - y[5]) + y[6]) + y[7], (((head3 - y[4]) + y[5]) + y[6]) - y[7]};
+            const Vec input = Vec::load(matrix.input + n);
+            for (i32 i = 0; i < 8; ++i)
+                matrix.feed(i, n, y[i], rows[i] * s, input);
+        }
     }
+};
+
+// The outputs add their means, each by its two gains, in their order.
+template <i32 N>
+void collect(const AM_NetworkPlan& plan, const AM_NetworkBlock& block, f32* frames, i32 steps) {
+    alignas(32) f32 sums[2][k_subBlockFrames] = {};
+    for (i32 i = 0; i < plan.numOutputs; ++i) {
+        const AM_PlanOutput& output = plan.outputs[i];
+        const Outs<N> outs(block, output.reads);
+        const Vec gainLeft = Vec::ofAt(&output.left);
+        const Vec gainRight = Vec::ofAt(&output.right);
+        for (i32 n = 0; n < steps; n += Vec::lanes) {
+            const Vec y = outs.mean(n);
+            (Vec::load(sums[0] + n) + y * gainLeft).store(sums[0] + n);
+            (Vec::load(sums[1] + n) + y * gainRight).store(sums[1] + n);
+        }
+    }
+    for (i32 n = 0; n < steps; n += Vec::lanes)
+        Vec::storeInTurn(Vec::load(sums[0] + n), Vec::load(sums[1] + n), frames + 2 * n);
+}
+
+// lines -> means of matrices -> matrices -> lines, and lines -> left and right
+template <class Family>
+void network(const AM_NetworkPlan& plan, const AM_NetworkBlock& shared, f32* frames, i32 steps) {
+    const AM_NetworkBlock block = shared; // no store to a line can change a copy
+    constexpr i32 k_size = Family::size;
+    for (i32 i = 0; i < plan.numMeans; ++i) {
+        const Outs<k_size> outs(block, plan.means[i].reads);
+        for (i32 n = 0; n < steps; n += Vec::lanes)
+            outs.mean(n).store(block.means[i] + n);
+    }
+    collect<k_size>(plan, block, frames, steps);
+    for (i32 i = 0; i < plan.numMatrices; ++i)
+        Family::run(Matrix<k_size>(block, plan.matrices[i]), steps);
 }
 
 // --- resampler ---------------------------------------------------------------------------------
 
-constexpr i32 k_lanes = 4;
+constexpr i32 k_taps = Vec::lanes / 2; // of both channels in a vector
 
-// Four lanes of the left channel and four of the right one.
-#if defined(__AVX__)
-struct Pair {
-    __m256 both;
-    static Pair load(const f32* left, const f32* right) {
-        return {_mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(left)),
-                                     _mm_loadu_ps(right), 1)};
-    }
-    static Pair of(const f32* four) {
-        return {_mm256_broadcast_ps(reinterpret_cast<const __m128*>(four))};
-    }
-    static Pair of(f32 value) { return {_mm256_set1_ps(value)}; }
-    void store(f32* left, f32* right) const {
-        _mm_storeu_ps(left, _mm256_castps256_ps128(both));
-        _mm_storeu_ps(right, _mm256_extractf128_ps(both, 1));
-    }
-    friend Pair operator+(Pair a, Pair b) { return {_mm256_add_ps(a.both, b.both)}; }
-    friend Pair operator*(Pair a, Pair b) { return {_mm256_mul_ps(a.both, b.both)}; }
-    // Lane i of row j becomes lane j of row i, in each channel.
-    static void turnOver(Pair& a, Pair& b, Pair& c, Pair& d) {
-        const __m256 ab01 = _mm256_unpacklo_ps(a.both, b.both);
-        const __m256 ab23 = _mm256_unpackhi_ps(a.both, b.both);
-        const __m256 cd01 = _mm256_unpacklo_ps(c.both, d.both);
-        const __m256 cd23 = _mm256_unpackhi_ps(c.both, d.both);
-        a.both = _mm256_shuffle_ps(ab01, cd01, 0x44);
-        b.both = _mm256_shuffle_ps(ab01, cd01, 0xee);
-        c.both = _mm256_shuffle_ps(ab23, cd23, 0x44);
-        d.both = _mm256_shuffle_ps(ab23, cd23, 0xee);
-    }
-};
-#else
-struct Pair {
-    __m128 left, right;
-    static Pair load(const f32* l, const f32* r) { return {_mm_loadu_ps(l), _mm_loadu_ps(r)}; }
-    static Pair of(const f32* four) {
-        const __m128 value = _mm_load_ps(four);
-        return {value, value};
-    }
-    static Pair of(f32 value) { return {_mm_set1_ps(value), _mm_set1_ps(value)}; }
-    void store(f32* l, f32* r) const {
-        _mm_storeu_ps(l, left);
-        _mm_storeu_ps(r, right);
-    }
-    friend Pair operator+(Pair a, Pair b) {
-        return {_mm_add_ps(a.left, b.left), _mm_add_ps(a.right, b.right)};
-    }
-    friend Pair operator*(Pair a, Pair b) {
-        return {_mm_mul_ps(a.left, b.left), _mm_mul_ps(a.right, b.right)};
-    }
-    // Lane i of row j becomes lane j of row i, in each channel.
-    static void turnOver(Pair& a, Pair& b, Pair& c, Pair& d) {
-        _MM_TRANSPOSE4_PS(a.left, b.left, c.left, d.left);
-        _MM_TRANSPOSE4_PS(a.right, b.right, c.right, d.right);
-    }
-};
-#endif
+// As many points as a vector has frames. The terms of as many taps, turned over, lie so that a
+// vector belongs to a tap and a lane to a channel of a point.
+struct Group {
+    const f32* frames[k_taps];
+    const f32* at[k_taps]; // taps of the phase in front of each point; the one behind follows
+    Vec fraction[k_taps];
+    Vec rest[k_taps];
+    Vec sum = Vec::of(0.0f);
 
-// Where one point looks, and how it weighs the phases beside it.
-struct PointTaps {
-    const f32* left;
-    const f32* right;
-    const f32* at;     // taps of the phase in front of the point
-    const f32* behind; // and of the one behind it
-    Pair fraction;     // the part of the latter
-    Pair rest;
-
-    PointTaps(const f32* const* samples, const f32* phases, const AM_ResamplerPoint& point) {
-        const i32 whole = static_cast<i32>(point.position);
-        const i32 row = whole < 0 ? 0 : whole > k_sincPhases ? k_sincPhases : whole;
-        const f32 part = point.position - static_cast<f32>(row);
-        at = phases + row * k_sincTaps;
-        behind = at + k_sincTaps;
-        fraction = Pair::of(part);
-        rest = Pair::of(1.0f - part);
-        // As many samples of the block as there are push the past out of the window.
-        left = samples[0] + point.newest;
-        right = samples[1] + point.newest;
-    }
-
-    // The terms of four taps: x * behind * fraction + x * at * rest.
-    Pair terms(i32 tap) const {
-        const Pair x = Pair::load(left + tap, right + tap);
-        return x * Pair::of(behind + tap) * fraction + x * Pair::of(at + tap) * rest;
-    }
-};
-
-// The sums of four points side by side. Each adds its terms in the order of the taps, the newest
-// first; turned over, the terms of four taps lie so that a lane belongs to a point.
-void resample(const f32* const* samples, const f32* phases, const AM_ResamplerPoint* points,
-              i32 count, f32* left, f32* right) {
-    for (i32 done = 0; done < count; done += k_lanes) {
-        const i32 last = count - 1;
-        const auto point = [&](i32 i) -> const AM_ResamplerPoint& {
-            return points[done + i < last ? done + i : last];
-        };
-        const PointTaps first(samples, phases, point(0));
-        const PointTaps second(samples, phases, point(1));
-        const PointTaps third(samples, phases, point(2));
-        const PointTaps fourth(samples, phases, point(3));
-        Pair sum = Pair::of(0.0f);
-        for (i32 tap = k_sincTaps - k_lanes; tap >= 0; tap -= k_lanes) {
-            Pair a = first.terms(tap);
-            Pair b = second.terms(tap);
-            Pair c = third.terms(tap);
-            Pair d = fourth.terms(tap);
-            Pair::turnOver(a, b, c, d);
-            sum = sum + d + c + b + a;
+    Group(const f32* allFrames, const f32* phases, const AM_ResamplerPoints& points, i32 first) {
+        for (i32 i = 0; i < k_taps; ++i) {
+            // As many frames of the block as there are push the past out of the window.
+            frames[i] = allFrames + 2 * points.newest[first + i];
+            at[i] = phases + 2 * k_sincTaps * points.row[first + i];
+            fraction[i] = Vec::ofAt(points.fraction + first + i);
+            rest[i] = Vec::ofAt(points.rest + first + i);
         }
-        sum.store(left + done, right + done);
+    }
+    // Adds x * behind * fraction + x * at * rest, the newest first.
+    void add(i32 tap) {
+        Vec terms[k_taps];
+        for (i32 i = 0; i < k_taps; ++i) {
+            Vec x = Vec::load(frames[i] + 2 * tap);
+            asm("" : "+x"(x.v)); // read once, since it may lie across cache lines
+            const f32* row = at[i] + 2 * tap;
+            terms[i] =
+                x * Vec::load(row + 2 * k_sincTaps) * fraction[i] + x * Vec::load(row) * rest[i];
+        }
+        Vec::turnOver(terms);
+        for (i32 i = k_taps - 1; i >= 0; --i)
+            sum = sum + terms[i];
+    }
+};
+
+void resample(const f32* frames, const f32* phases, const AM_ResamplerPoints& points, i32 count,
+              f32* left, f32* right) {
+    for (i32 done = 0; done < count; done += k_taps) {
+        Group group(frames, phases, points, done);
+        for (i32 tap = k_sincTaps - k_taps; tap >= 0; tap -= k_taps)
+            group.add(tap);
+        group.sum.storeApart(left + done, right + done);
     }
 }
+
+constexpr AM_KernelSet k_kernels = {{network<Householder<4>>, network<Hadamard4>, network<Gerzon4>,
+                                     network<Householder<6>>, network<Householder<8>>,
+                                     network<Hadamard8>},
+                                    resample};
 
 } // namespace

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr i32 k_vector = 8;
 constexpr i32 k_notYet = k_maxRoutes; // turn of a matrix that no route feeds
 
 class Planner {
@@ -32,8 +31,6 @@ public:
             fillReads(output.reads, model.outputs[i], model.numInputs);
         }
         plan.blockSteps = steps();
-        const i32 longest = *std::max_element(model.lengths, model.lengths + plan.numLines);
-        plan.vectorSteps = longest + k_vector < k_maxDelayLength ? k_vector : 1;
         return plan;
     }
 

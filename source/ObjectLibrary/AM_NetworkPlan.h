@@ -8,11 +8,12 @@
 #pragma once
 
 #include "AM_CollisionLaws.h"
-#include "AM_Kernels.h"
 #include "AM_Types.h"
 #include "BlockContext.h"
 
 struct AM_DelayModel;
+
+inline constexpr i32 k_maxMatrixSize = 8;
 
 // Where one element of a matrix listens: twice the line, its own or the one it is aliased to, plus
 // 1 if that line has been fed in the same step already.
@@ -53,9 +54,6 @@ struct AM_NetworkPlan {
     AM_PlanOutput outputs[k_maxParts];
     // Internal samples that a block may have, 1 to 64; 0 if the model can't run in blocks.
     i32 blockSteps;
-    // A block is computed up to a multiple of these; 1 if a line is so long that what is written
-    // beyond the block would still be heard.
-    i32 vectorSteps;
 };
 
 // The plan of a model whose routes, aliases, gains and lengths are set. Any thread; neither
