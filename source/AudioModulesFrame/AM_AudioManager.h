@@ -338,7 +338,7 @@ private:
     void processWithCarry();
     void beginBlock(i32 numMeters);
     void beginSubBlock(i32 frames);
-    void dispatchEvents(i32 from, i32 to);
+    bool dispatchEvents(i32 from, i32 to);
     void carryEvents(i32 frames) { eventQueue.carryEvents(frames); }
     void runCircuit(i32 frames, i32 framesLeft);
     void endSubBlock();

@@ -114,7 +114,9 @@ void AM_AudioMan::processWithCarry() {
     // there.
     const bool innerBuses = circuit->getNumBusChannels() > used;
     // Silence in, and nothing that waits: as long as no module makes a sound, no sample is touched.
-    bool still = inputSilent && !hasSideChain && carry.isSilent() && !innerBuses;
+    bool still = inputSilent && !hasSideChain && !innerBuses && (busCleared || carry.isSilent());
+    // And with modules that have nothing to do, only the time goes on.
+    bool resting = false;
     if (still && !busCleared) std::fill(bus(0), bus(context->numBusChannels), 0.0f);
 
     i32 done = 0;
@@ -130,12 +132,19 @@ void AM_AudioMan::processWithCarry() {
             carry.readInput(context->inputs, sideChains, context->audioBuffer);
             if (innerBuses) std::fill(bus(used), bus(context->numBusChannels), 0.0f);
         }
-        dispatchEvents(done - waiting, done - waiting + frames);
-        runCircuit(frames, context->numFrames - done - frames);
-        still = still && busIsSilent(channels);
+        if (dispatchEvents(done - waiting, done - waiting + frames)) resting = false;
+        if (resting)
+            context->quadCounter += static_cast<u64>(frames / k_quadFrames);
+        else
+            runCircuit(frames, context->numFrames - done - frames);
+        if (still && !resting && !busIsSilent(channels)) {
+            still = false;
+            carry.writeSilence(routes);
+        }
+        resting = still && (resting || circuit->isResting());
         if (still) {
             outputGain.pass(direct);
-            carry.writeSilence(routes);
+            carry.skipOutput();
         } else {
             for (i32 c = 0; c < channels; ++c)
                 AM_cleanNotNormal(bus(c), frames);
@@ -147,6 +156,7 @@ void AM_AudioMan::processWithCarry() {
         done += frames;
     }
     busCleared = still;
+    if (still) carry.writeSilence(routes);
     carry.endBlock(context->inputs, sideChains, routes);
     endBlock(channels);
 }
@@ -238,10 +248,12 @@ void AM_AudioMan::beginSubBlock(i32 frames) {
     swungDelta = AM_runSwingClock(*context, frames);
 }
 
-// The chain gets timestamps that count from the start of the sub-block.
-void AM_AudioMan::dispatchEvents(i32 from, i32 to) {
+// True if there were any. The chain gets timestamps that count from the start of the sub-block.
+bool AM_AudioMan::dispatchEvents(i32 from, i32 to) {
+    bool any = false;
     AM_IPluginPreferences* const controllers = getSharedPreferences();
     while (const AM_MidiEvent* event = eventQueue.next(to)) {
+        any = true;
         const u32 offset = static_cast<u32>(std::max(event->timestamp - from, 0));
         midiActivity = 1;
         if (event->type == k_eventController && controllers)
@@ -250,6 +262,7 @@ void AM_AudioMan::dispatchEvents(i32 from, i32 to) {
                                          static_cast<i32>(event->field2));
         forwardEvent(event->type, event->id, event->field1, event->field2, offset);
     }
+    return any;
 }
 
 void AM_AudioMan::runCircuit(i32 frames, i32 framesLeft) {

@@ -198,6 +198,9 @@ public:
     // --- beside the slots -----------------------------------------------------------
     // Empties what sounds: the next block starts from silence. Any thread.
     virtual void reset() {}
+    // True while the module, given silence, neither makes a sound nor changes anything of its own:
+    // in a silent block its circuit may leave it out until the next one. Audio thread.
+    virtual bool isResting() { return false; }
     // True for a row whose change starts something and whose value means nothing afterwards.
     virtual bool isAction(i32 /*index*/) { return false; }
     // Does work that was asked for on the audio thread and may not run there; called from the

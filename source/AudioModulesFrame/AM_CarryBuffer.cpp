@@ -99,11 +99,9 @@ void AM_CarryBuffer::skipInput() {
     inputDone += pendingInput;
 }
 
-void AM_CarryBuffer::writeSilence(const AM_OutputRoutes& routes) {
+void AM_CarryBuffer::skipOutput() {
     const i32 direct = directFrames();
-    const i32 waiting = outputDone == 0 ? pendingOutput : 0;
-    routes.writeSilence(outputDone, waiting + direct);
-    outputDone += waiting + direct;
+    outputDone += direct + (outputDone == 0 ? pendingOutput : 0);
     pendingOutput = subBlock - direct;
 }
 

@@ -49,9 +49,10 @@ public:
     bool isSilent() const;
     // Counts the input of the sub-block, which is silent, as read.
     void skipInput();
-    // Counts the sub-block, which is silent, as sent; the host gets zeros. Nothing that waits
-    // changes.
-    void writeSilence(const AM_OutputRoutes& routes);
+    // Counts the sub-block, which is silent, as sent. Nothing that waits changes.
+    void skipOutput();
+    // Zeros to the host for all that counts as sent.
+    void writeSilence(const AM_OutputRoutes& routes) const { routes.writeSilence(0, outputDone); }
     // Keeps the input frames that were not used and fills what the host has still room for.
     void endBlock(const f32* const* inputs, const f32* const* sideChains,
                   const AM_OutputRoutes& routes);

@@ -368,6 +368,19 @@ void AM_CircuitObject::runModules(i32 start, i32 numQuads, i32 channels, BlockCo
     if (modulates) modTargets.undo();
 }
 
+bool AM_CircuitObject::isResting() {
+    if (!modSources.isResting() || synchronous || !modTargets.isEmpty()) return false;
+    const AM_CircuitParams& p = params();
+    for (i32 i = 0; i < p.orderCount; ++i) {
+        const CircuitModule& slot = p.slots[p.order[i]];
+        const u32 state = slot.state.load(std::memory_order_relaxed);
+        if (AM_BypassFade::counter(state) != 0) return false;
+        if (slot.process && AM_BypassFade::isActive(state) && !slot.object->isResting())
+            return false;
+    }
+    return true;
+}
+
 void AM_CircuitObject::runChain(i32 start, i32 numQuads, CircuitModule* slot,
                                 BlockContext* context) {
     const u32 seen = slot->state.load(std::memory_order_acquire);

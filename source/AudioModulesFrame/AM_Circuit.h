@@ -60,6 +60,9 @@ public:
     void receiveMessage(AM_Object* sender, u32 messageId, u32 value, void* data) override;
     // Ends fades and puts the sources of modulation at their targets. Under stateLock.
     void reset() override;
+    // True if that holds for every module, and no fade and no modulation runs. A circuit that does
+    // something around its modules has to answer for it.
+    bool isResting() override;
     // Breath and expression controllers, pitch bend and modulation wheel set the sources.
     void processEvent(i32 type, i32 id, f32 field1, f32 field2, u32 timestamp) override;
 

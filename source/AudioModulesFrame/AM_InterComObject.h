@@ -46,6 +46,7 @@ public:
 
     i32 getDataSize() override { return 0; }
     i32 getModDataSize() override { return 0; }
+    bool isResting() override { return true; } // it has no part in the sound
     const ParameterInfo* getParameterInfo(i32 index) override;
     // The count of waiting messages, an f32 that other threads change (read it as an atomic), for
     // k_rowQueued; null for the others, which have no memory to look at.

@@ -32,6 +32,8 @@ public:
     // depends on its size; with it, changes come 4 block periods late and go by
     // context.smoothingMode: 2 smooth, 1 light, else within the sub-block.
     void run(const BlockContext& context, i32 start, i32 numQuads, bool synchronous);
+    // True if every source is at its target.
+    bool isResting() const { return resting; }
 
 private:
     // Differences below this count as none.

@@ -62,6 +62,7 @@ public:
     // "lock Parameter" and "unlock Parameter" with a parameter's id as content.
     void receiveCom(const char* subject, const char* content) override;
     AM_ProcessFunction getProcessFunction(BlockContext* context) override;
+    bool isResting() override { return smoothing.isResting(); }
     // Takes over what other threads have set; call on the audio thread or under stateLock.
     void update() override;
 

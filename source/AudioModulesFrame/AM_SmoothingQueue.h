@@ -18,6 +18,8 @@ public:
     // One step of every ramp, the result written through its pointer. The last step lands on the
     // target exactly. Wrapping rows take the shorter way round.
     void step();
+    // True if no ramp runs.
+    bool isResting() const { return state.queuedCount == 0; }
     // Ends all ramps at their targets.
     void clear();
 

@@ -99,16 +99,23 @@ TEST(Paths, GiveTheSameBits) {
 // output puts the network to sleep.
 TEST(Paths, FallAsleepAndWakeAlike) {
     for (const char* code : {"AGULZ36-SLEEP", "FTNR2Y7-SLEEP", "DIM13P-SLEEP"}) {
-        Plugin plain(48000.0, code), blocks(48000.0, code);
+        Plugin plain(48000.0, code), blocks(48000.0, code), never(48000.0, code);
         plain.network().usePlainPath(true);
-        for (Plugin* plugin : {&plain, &blocks})
+        for (Plugin* plugin : {&plain, &blocks, &never})
             plugin->set("FDN:FB", 0);
         for (const i32 silence : {0, 500000, 100}) {
             StereoBuffer input = noise(3000);
             const size_t length = input.size() + static_cast<size_t>(silence);
             input.left.resize(length);
             input.right.resize(length);
-            ASSERT_EQ(blocks.run(input, 500), plain.run(input, 500)) << code;
+            const StereoBuffer output = blocks.run(input, 500);
+            ASSERT_EQ(output, plain.run(input, 500)) << code;
+            // The circuit is left out of silent blocks, but not of those of a negative zero.
+            input.left.resize(3000);
+            input.left.resize(length, -0.0f);
+            ASSERT_EQ(output, never.run(input, 500)) << code;
+            for (Plugin* plugin : {&plain, &blocks, &never})
+                plugin->set("FDN:Freq", static_cast<f32>(7 + silence % 5));
             ASSERT_EQ(blocks.network().isAsleep(), plain.network().isAsleep());
             EXPECT_EQ(blocks.network().isAsleep(), silence > 100) << code;
         }
