@@ -250,10 +250,10 @@ void AM_AudioMan::beginSubBlock(i32 frames) {
 
 // True if there were any. The chain gets timestamps that count from the start of the sub-block.
 bool AM_AudioMan::dispatchEvents(i32 from, i32 to) {
-    bool any = false;
+    const AM_MidiEvent* event = eventQueue.next(to);
+    if (!event) return false;
     AM_IPluginPreferences* const controllers = getSharedPreferences();
-    while (const AM_MidiEvent* event = eventQueue.next(to)) {
-        any = true;
+    for (; event; event = eventQueue.next(to)) {
         const u32 offset = static_cast<u32>(std::max(event->timestamp - from, 0));
         midiActivity = 1;
         if (event->type == k_eventController && controllers)
@@ -262,7 +262,7 @@ bool AM_AudioMan::dispatchEvents(i32 from, i32 to) {
                                          static_cast<i32>(event->field2));
         forwardEvent(event->type, event->id, event->field1, event->field2, offset);
     }
-    return any;
+    return true;
 }
 
 void AM_AudioMan::runCircuit(i32 frames, i32 framesLeft) {

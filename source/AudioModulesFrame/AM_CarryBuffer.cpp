@@ -38,14 +38,6 @@ void AM_CarryBuffer::beginBlock(i32 frames) {
     subBlock = inputDone = outputDone = 0;
 }
 
-i32 AM_CarryBuffer::nextSubBlock() {
-    if (remaining < 1) return 0;
-    const i32 rounded = (remaining + k_quadFrames - 1) / k_quadFrames * k_quadFrames;
-    subBlock = std::min(rounded, k_subBlockFrames);
-    remaining -= subBlock;
-    return subBlock;
-}
-
 void AM_CarryBuffer::fillChannel(f32* target, const f32* carried, const f32* source) const {
     std::copy_n(carried, pendingInput, target);
     copyOrZero(target + pendingInput, source, inputDone, subBlock - pendingInput);
@@ -74,11 +66,6 @@ void AM_CarryBuffer::appendInput(const f32* const* inputs, const f32* const* sid
     pendingInput += count;
 }
 
-i32 AM_CarryBuffer::directFrames() const {
-    const i32 waiting = outputDone == 0 ? pendingOutput : 0;
-    return std::min(subBlock, blockFrames - outputDone - waiting);
-}
-
 void AM_CarryBuffer::writeOutput(const f32* bus, const AM_OutputRoutes& routes) {
     const i32 direct = directFrames();
     if (outputDone == 0) sendCarried(routes, pendingOutput);
@@ -91,18 +78,6 @@ void AM_CarryBuffer::writeOutput(const f32* bus, const AM_OutputRoutes& routes) 
 
 bool AM_CarryBuffer::isSilent() const {
     return AM_isSilent(memory, memoryFloats(numChannels));
-}
-
-void AM_CarryBuffer::skipInput() {
-    inputDone += subBlock - pendingInput;
-    pendingInput = std::min(k_latency, blockFrames - inputDone);
-    inputDone += pendingInput;
-}
-
-void AM_CarryBuffer::skipOutput() {
-    const i32 direct = directFrames();
-    outputDone += direct + (outputDone == 0 ? pendingOutput : 0);
-    pendingOutput = subBlock - direct;
 }
 
 void AM_CarryBuffer::sendCarried(const AM_OutputRoutes& routes, i32 count) {

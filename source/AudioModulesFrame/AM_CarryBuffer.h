@@ -4,6 +4,8 @@
 
 #include "AM_OutputRoutes.h"
 
+#include <algorithm>
+
 // Holds up to 16 input frames that wait for a sub-block and up to 16 output frames that wait for
 // the host; together they are always 16, so the output is the input 16 frames later. Per host
 // block, on the audio thread:
@@ -82,3 +84,28 @@ private:
     i32 inputDone = 0;
     i32 outputDone = 0;
 };
+
+inline i32 AM_CarryBuffer::nextSubBlock() {
+    if (remaining < 1) return 0;
+    const i32 rounded = (remaining + k_quadFrames - 1) / k_quadFrames * k_quadFrames;
+    subBlock = std::min(rounded, k_subBlockFrames);
+    remaining -= subBlock;
+    return subBlock;
+}
+
+inline i32 AM_CarryBuffer::directFrames() const {
+    const i32 waiting = outputDone == 0 ? pendingOutput : 0;
+    return std::min(subBlock, blockFrames - outputDone - waiting);
+}
+
+inline void AM_CarryBuffer::skipInput() {
+    inputDone += subBlock - pendingInput;
+    pendingInput = std::min(k_latency, blockFrames - inputDone);
+    inputDone += pendingInput;
+}
+
+inline void AM_CarryBuffer::skipOutput() {
+    const i32 direct = directFrames();
+    outputDone += direct + (outputDone == 0 ? pendingOutput : 0);
+    pendingOutput = subBlock - direct;
+}

@@ -44,14 +44,6 @@ void AM_EventQueue::swapEvents() {
     });
 }
 
-const AM_MidiEvent* AM_EventQueue::next(i32 to) {
-    if (readPosition >= readCount) return nullptr;
-    const AM_MidiEvent* event = &halves[1 - writeHalf][readPosition];
-    if (event->timestamp >= to) return nullptr;
-    ++readPosition;
-    return event;
-}
-
 void AM_EventQueue::carryEvents(i32 frames) {
     const AM_MidiEvent* half = halves[1 - writeHalf].get();
     for (; readPosition < readCount; ++readPosition) {

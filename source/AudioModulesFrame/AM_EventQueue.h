@@ -60,3 +60,11 @@ private:
     i32 readPosition = 0;
     AM_SpinLock lock;
 };
+
+inline const AM_MidiEvent* AM_EventQueue::next(i32 to) {
+    if (readPosition >= readCount) return nullptr;
+    const AM_MidiEvent* event = &halves[1 - writeHalf][readPosition];
+    if (event->timestamp >= to) return nullptr;
+    ++readPosition;
+    return event;
+}

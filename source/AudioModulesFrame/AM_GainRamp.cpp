@@ -39,12 +39,6 @@ void AM_GainRamp::apply(f32* samples, i32 numChannels, i32 stride, i32 ramped, i
     stepsLeft -= ramped;
 }
 
-void AM_GainRamp::pass(i32 ramped) {
-    for (i32 i = 0; i < ramped && step != 0; ++i)
-        gain += step;
-    stepsLeft -= ramped;
-}
-
 void AM_GainRamp::endBlock() {
     if (stepsLeft == 0) gain = target;
     step = 0;

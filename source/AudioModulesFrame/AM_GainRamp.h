@@ -29,3 +29,9 @@ private:
     f32 target = 0;
     i32 stepsLeft = 0;
 };
+
+inline void AM_GainRamp::pass(i32 ramped) {
+    for (i32 i = 0; i < ramped && step != 0; ++i)
+        gain += step;
+    stepsLeft -= ramped;
+}

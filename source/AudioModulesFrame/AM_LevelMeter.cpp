@@ -55,9 +55,9 @@ struct Piece {
             squares[0] = _mm_add_pd(squares[0], _mm_mul_pd(first, first));
             squares[1] = _mm_add_pd(squares[1], _mm_mul_pd(second, second));
         }
-        alignas(16) f32 lanes[4];
-        _mm_store_ps(lanes, high);
-        peak = std::max(peak * (weights[0] * k_peakDecay), *std::max_element(lanes, lanes + 4));
+        high = _mm_max_ps(high, _mm_movehl_ps(high, high));
+        high = _mm_max_ss(high, _mm_shuffle_ps(high, high, 1));
+        peak = std::max(peak * (weights[0] * k_peakDecay), _mm_cvtss_f32(high));
     }
     void addAll(const f32* samples, i32 count) {
         const i32 whole = count & ~3;
@@ -138,9 +138,9 @@ bool AM_LevelMeter::measureChannel(i32 channel, const f32* samples, i32 numFrame
     else
         piece.addAll(samples, numFrames);
     peak[channel] = settle(piece.peak);
+    const f64 added = silent ? 0 : std::sqrt(piece.sum() * 0.03 / numFrames);
     const f64 before = std::max(channelRms(channel), 0.0f);
-    rms[channel].store(settle(std::sqrt(piece.sum() * 0.03 / numFrames) + before * 0.93),
-                       std::memory_order_relaxed);
+    rms[channel].store(settle(added + before * 0.93), std::memory_order_relaxed);
     return silent;
 }
 

@@ -65,7 +65,7 @@ void AM_BlockNetwork::release() {
         rings[k]->write = writes[k];
 }
 
-void AM_BlockNetwork::run(const f32* const (&taps)[4], f32* frames, i32 steps, f32 feedback) {
+void AM_BlockNetwork::run(const f32* const* taps, f32* frames, i32 steps, f32 feedback) {
     hold();
     for (i32 done = 0; done < steps;) {
         const i32 count = std::min(plan.blockSteps, steps - done);
@@ -75,7 +75,7 @@ void AM_BlockNetwork::run(const f32* const (&taps)[4], f32* frames, i32 steps, f
     }
 }
 
-void AM_BlockNetwork::runBlock(const f32* const (&taps)[4], f32* frames, i32 count, f32 feedback) {
+void AM_BlockNetwork::runBlock(const f32* const* taps, f32* frames, i32 count, f32 feedback) {
     // Full vectors to the end: what is computed beyond the block is computed again by the next one.
     const i32 steps = (count + k_vectorSteps - 1) / k_vectorSteps * k_vectorSteps;
     open(steps);

@@ -20,9 +20,9 @@ public:
     // before anybody else uses them.
     void release();
 
-    // `steps` internal samples, at most 64: from four taps, each as the matrices hear it, to the
+    // `steps` internal samples, at most 64: from the four taps, as the matrices hear them, to the
     // sums of the outputs, left and right in turn. Both have room for k_vectorSteps - 1 more.
-    void run(const f32* const (&taps)[4], f32* frames, i32 steps, f32 feedback);
+    void run(const f32* const* taps, f32* frames, i32 steps, f32 feedback);
 
 private:
     static constexpr i32 k_lines = 64;
@@ -31,7 +31,7 @@ private:
     void open(i32 steps);
     void close(i32 steps);
     void copyOuts(i32 line, i32 count);
-    void runBlock(const f32* const (&taps)[4], f32* frames, i32 count, f32 feedback);
+    void runBlock(const f32* const* taps, f32* frames, i32 count, f32 feedback);
 
     const AM_KernelSet& kernels = AM_kernels();
     AM_NetworkPlan plan{};

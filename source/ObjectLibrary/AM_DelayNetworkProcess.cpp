@@ -241,7 +241,7 @@ void AM_DelayNetworkRun::mix(const f32* inLeft, const f32* inRight, f32* outLeft
 // --- plain -----------------------------------------------------------------------------------
 
 void AM_DelayNetworkRun::wetPlain(const f32* inLeft, const f32* inRight, i32 frames) {
-    blocks.release();
+    blocks.release(d.feeds);
     f32* gated = blocks.input.block();
     gateInput(inLeft, inRight, gated, frames);
     for (i32 i = 0; i < frames; ++i) {
@@ -291,12 +291,11 @@ void AM_DelayNetworkRun::internalStep() {
 void AM_DelayNetworkRun::wetInBlocks(const f32* inLeft, const f32* inRight, i32 frames) {
     AM_ResamplerInput& input = blocks.input;
     AM_ResamplerInput& output = blocks.output;
-    input.hold();
-    output.hold();
+    blocks.hold(d.feeds);
     gateInput(inLeft, inRight, input.block(), frames);
     const i32 steps = planSteps(frames);
-    input.resample(blocks.kernels, blocks.inputPhases, blocks.steps, steps, blocks.taps[0] + 1,
-                   blocks.taps[1] + 1);
+    input.resample(blocks.kernels, blocks.inputPhases, blocks.steps, steps,
+                   blocks.taps[0] + blocks.k_tapsPast, blocks.taps[1] + blocks.k_tapsPast);
     input.advance(frames);
     runNetwork(steps);
     output.resample(blocks.kernels, blocks.outputPhases, blocks.frames, frames, blocks.wetLeft,
@@ -326,8 +325,9 @@ i32 AM_DelayNetworkRun::planSteps(i32 frames) {
 
 // A tap is heard one internal sample after it was written.
 void AM_DelayNetworkRun::runNetwork(i32 steps) {
+    constexpr i32 k_past = AM_DelayNetworkBlocks::k_tapsPast;
     auto& taps = blocks.taps;
-    for (i32 n = 1; n <= steps; ++n) {
+    for (i32 n = k_past; n < k_past + steps; ++n) {
         const f32 a = taps[0][n];
         const f32 b = taps[1][n];
         taps[2][n] = -a;
@@ -335,15 +335,13 @@ void AM_DelayNetworkRun::runNetwork(i32 steps) {
         taps[4][n] = a + b;
         taps[5][n] = a - b;
     }
-    for (i32 i = 0; i < 6; ++i) {
-        AM_SampleDelay& ring = *d.feeds[i]->getSampleDelay();
-        taps[i][0] = ring.read_ix(0);
-        // Older ones are never heard again.
-        for (i32 n = std::max(1, steps - 1); n <= steps; ++n)
-            ring.push(taps[i][n]);
-    }
-    const f32* const heard[4] = {taps[0], taps[1], taps[2], taps[3]};
+    const f32* heard[AM_DelayNetworkBlocks::k_heardTaps];
+    for (i32 i = 0; i < AM_DelayNetworkBlocks::k_heardTaps; ++i)
+        heard[i] = taps[i] + k_past - 1;
     blocks.network.run(heard, blocks.output.block(), steps, feedback);
+    for (auto& tap : taps)
+        for (i32 n = 0; n < k_past; ++n)
+            tap[n] = tap[n + steps];
 }
 
 void AM_DelayNetWorks::processSubBlock(i32* start, i32* numQuads, CircuitModule* slot,
@@ -408,7 +406,7 @@ void AM_DelayNetWorks::install(const AM_DelayModel& model) {
 // Taps and bridges are not touched.
 void AM_DelayNetWorks::clearNetwork(f32 sampleRate) {
     AM_DelayNetworkData& d = myData();
-    blocks->release();
+    blocks->release(d.feeds);
     for (i32 r = 0; r < 4; ++r) {
         DSP_SVF& record = *d.filterRecords[r];
         record.shape = 0;

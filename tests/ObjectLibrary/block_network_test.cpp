@@ -66,7 +66,8 @@ TEST(BlockNetwork, LinesMayBeAsLongAsTheirRings) {
         for (auto& tap : samples)
             for (i32 n = 0; n < steps; ++n)
                 tap[n] = static_cast<f32>(random()) / 4294967296.0f - 0.5f;
-        blocks->run({samples[0], samples[1], samples[2], samples[3]}, frames, steps, 0.7f);
+        const f32* const taps[] = {samples[0], samples[1], samples[2], samples[3]};
+        blocks->run(taps, frames, steps, 0.7f);
         for (i32 n = 0; n < steps; ++n) {
             for (i32 i = 0; i < 16; ++i) {
                 const f32 input =
