@@ -34,8 +34,8 @@ std::string behind(std::string_view mark, const std::string& line) {
 
 void announce(Sample& sample, const std::string& line, i32 number) {
     std::string printed = behind("// prints", line);
-    for (size_t at; (at = printed.find("; ")) != std::string::npos;)
-        printed.replace(at, 2, "\n");
+    for (size_t at; (at = printed.find("; ")) != std::string::npos; printed.erase(at + 1, 1))
+        printed[at] = '\n';
     sample.prints += printed;
     sample.logs += behind("// logs", line);
     sample.stops += behind("// stops:", line);
