@@ -233,8 +233,8 @@ constexpr void addAssignments(Table& table) {
     addCompound<Ops::Divide>(table, 3);
     addCompound<Ops::Modulo>(table, 4);
     addCompound<Ops::BitAnd>(table, 5);
-    addCompound<Ops::BitOr>(table, 6);
-    addCompound<Ops::BitXor>(table, 7);
+    addCompound<Ops::BitXor>(table, 6);
+    addCompound<Ops::BitOr>(table, 7);
     addCompound<Ops::ShiftLeft>(table, 8);
     addCompound<Ops::ShiftRight>(table, 9);
     addCompound<Ops::And>(table, 10);

@@ -37,8 +37,8 @@ constexpr Group k_groups[] = {
     {121, k_operandIncrement, k_operandNone, 1, "f ++\0i ++\0f --\0i --\0"},
     {125, k_operandTarget, k_operandValue, 12, FOUR(" = ")},
     {129, k_operandTargetRead, k_operandValue, 12,
-     FOUR(" += ") FOUR(" -= ") FOUR(" *= ") FOUR(" /= ") FOUR(" mod= ") FOUR(" &= ") FOUR(" |= ")
-         FOUR(" ^= ") FOUR(" <<= ") FOUR(" >>= ") FOUR(" &&= ") FOUR(" ||= ")},
+     FOUR(" += ") FOUR(" -= ") FOUR(" *= ") FOUR(" /= ") FOUR(" mod= ") FOUR(" &= ") FOUR(" ^= ")
+         FOUR(" |= ") FOUR(" <<= ") FOUR(" >>= ") FOUR(" &&= ") FOUR(" ||= ")},
 };
 #undef FOUR
 

@@ -99,7 +99,7 @@ enum AM_ScriptOpcodeNumber : u8 {
     k_opPostIncrement = 121,
     k_opPostDecrement = 123,
     k_opAssign = 125,
-    k_opCompound = 129, // +=, then in steps of four -= *= /= mod= &= |= ^= <<= >>= &&= ||=
+    k_opCompound = 129, // +=, then in steps of four -= *= /= mod= &= ^= |= <<= >>= &&= ||=
     k_opCount = 177
 };
 

@@ -17,8 +17,8 @@ constexpr Operator k_binary[] = {
 constexpr Operator k_assigning[] = {
     {"=", k_opAssign},          {"+=", k_opCompound},       {"-=", k_opCompound + 4},
     {"*=", k_opCompound + 8},   {"/=", k_opCompound + 12},  {"mod=", k_opCompound + 16},
-    {"%=", k_opCompound + 16},  {"&=", k_opCompound + 20},  {"|=", k_opCompound + 24},
-    {"^=", k_opCompound + 28},  {"<<=", k_opCompound + 32}, {">>=", k_opCompound + 36},
+    {"%=", k_opCompound + 16},  {"&=", k_opCompound + 20},  {"^=", k_opCompound + 24},
+    {"|=", k_opCompound + 28},  {"<<=", k_opCompound + 32}, {">>=", k_opCompound + 36},
     {"&&=", k_opCompound + 40}, {"||=", k_opCompound + 44}};
 
 // The opcode of the operator at `token`, 0 if it is none of them.
