@@ -5,6 +5,7 @@
 #include "AM_ParaMan.h"
 #include "AM_PluginTable.h"
 #include "Glassmere_AudioMan.h"
+#include "Rounds.h"
 #ifdef GLASSMERE_YARDSTICK
 #include "yardstick/Yardstick.h"
 #endif
@@ -13,16 +14,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <random>
 #include <vector>
 
-#include <time.h>
-
 namespace {
 
-constexpr i32 k_rounds = 25;
 constexpr i32 k_roundFrames = 16384;
 constexpr i32 k_block = 512;
 constexpr const char* k_hall = "AGUZ36-BENCH";
@@ -79,48 +76,23 @@ private:
     std::vector<f32> in[2], out[2];
 };
 
-f64 seconds() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<f64>(time.tv_sec) + static_cast<f64>(time.tv_nsec) * 1e-9;
-}
-
-f64 median(std::vector<f64> values) {
-    std::nth_element(values.begin(), values.begin() + k_rounds / 2, values.end());
-    return values[k_rounds / 2];
-}
-
-// The median of what `one` costs beside `other`.
-f64 ratio(const std::function<void()>& one, const std::function<void()>& other) {
-    std::vector<f64> costs[2];
-    for (i32 round = 0; round < k_rounds; ++round) {
-        const f64 start = seconds();
-        one();
-        const f64 middle = seconds();
-        other();
-        costs[0].push_back(middle - start);
-        costs[1].push_back(seconds() - middle);
-    }
-    return median(costs[0]) / median(costs[1]);
-}
-
 void timesCheaper(benchmark::State& state, const char* code) {
     Subject plain(code, k_block, true), blocks(code);
     for (auto _ : state)
-        state.counters["times"] = ratio(std::ref(plain), std::ref(blocks));
+        state.counters["times"] = costs(std::ref(plain), std::ref(blocks)).ratio();
 }
 
 void blockSize(benchmark::State& state) {
     Subject subject(k_hall, static_cast<i32>(state.range(0))), hall(k_hall);
     for (auto _ : state)
-        state.counters["share"] = ratio(std::ref(subject), std::ref(hall));
+        state.counters["share"] = costs(std::ref(subject), std::ref(hall)).ratio();
 }
 
 void asleep(benchmark::State& state) {
     Subject subject(k_hall), hall(k_hall);
     subject.sleep();
     for (auto _ : state)
-        state.counters["share"] = ratio(std::ref(subject), std::ref(hall));
+        state.counters["share"] = costs(std::ref(subject), std::ref(hall)).ratio();
 }
 
 #ifdef GLASSMERE_YARDSTICK
@@ -132,7 +104,7 @@ void yardstick(benchmark::State& state) {
             other.block();
     };
     for (auto _ : state)
-        state.counters["times"] = ratio(run, std::ref(hall));
+        state.counters["times"] = costs(run, std::ref(hall)).ratio();
 }
 BENCHMARK(yardstick)->Iterations(1);
 #endif
