@@ -133,6 +133,7 @@ bool AM_LevelMeter::measureChannel(i32 channel, const f32* samples, i32 numFrame
     Piece piece;
     piece.peak = peak[channel];
     const bool silent = knownSilent || AM_isSilent(samples, numFrames);
+    if (silent && peak[channel] == 0 && channelRms(channel) == 0) return true;
     if (silent)
         piece.addSilence(numFrames);
     else
