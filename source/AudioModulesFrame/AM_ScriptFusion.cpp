@@ -126,7 +126,8 @@ using Compares =
 template <class Op>
 using CountCompares = List<registers<Op, i32, i32>, constantRight<Op, i32, i32>>;
 // What stands in front of a compare at the end of a `for`.
-using Counts = List<step<i32, 1>, step<i32, -1>, compoundConstant<Ops::Add, i32, i32>,
+using Counts = List<step<i32, 1>, step<i32, -1>, compound<Ops::Add, i32, i32>,
+                    compoundConstant<Ops::Add, i32, i32>, compound<Ops::Subtract, i32, i32>,
                     compoundConstant<Ops::Subtract, i32, i32>>;
 template <class Op>
 using Arithmetic =
