@@ -179,7 +179,7 @@ void AM_ScriptLexer::readSign(AM_ScriptToken& token) {
     token.kind = AM_ScriptToken::k_sign;
     const std::string_view rest = text.substr(position);
     for (const std::string_view sign : k_signs) {
-        if (!rest.starts_with(sign)) continue;
+        if (sign[0] != rest[0] || !rest.starts_with(sign)) continue;
         position += sign.size();
         return;
     }
