@@ -38,11 +38,12 @@ struct TestFolder : TemporaryFolder {
     }
 };
 
-// Starts the renderer; standard output and error go to files in `folder`.
+// Starts the renderer or another program; standard output and error go to files in `folder`.
 class RenderProcess {
 public:
-    RenderProcess(const TestFolder& inFolder, Arguments arguments) : folder(inFolder) {
-        std::string program = GLASSMERE_RENDER;
+    RenderProcess(const TestFolder& inFolder, Arguments arguments,
+                  std::string program = GLASSMERE_RENDER)
+        : folder(inFolder) {
         std::vector<char*> pointers = {program.data()};
         for (std::string& argument : arguments)
             pointers.push_back(argument.data());
