@@ -9,7 +9,6 @@
 
 class AM_Colour;
 class AM_Context;
-class AM_GuiObject;
 
 // A row of the properties that a graphic or a filter has; `value` points into the object.
 struct AM_Property {
@@ -27,7 +26,8 @@ struct AM_Property {
 using AM_PropertyTable = std::vector<AM_Property>;
 
 // Reads `text` into a row: numbers clamped to the row's range (what is none is refused), an integer
-// with labels by its label, a bool by "YES". False if it is refused.
+// with labels by its label (one that is unknown or outside of the range gives the standard), a bool
+// by "YES". A text is cut to the row's capacity. False if it is refused.
 bool AM_setProperty(const AM_Property& row, const char* text);
 
 // The thread of the editor, but for what says otherwise. Drawing never fails: what can't be drawn
@@ -41,7 +41,7 @@ public:
     virtual bool getHasAlpha() { return hasAlpha; }
     // "no type" in the base.
     virtual const char* getTypeName();
-    // View units.
+    // View units, set to at most 4096; what is not finite changes nothing.
     virtual f32 getWidth() { return width; }
     virtual f32 getHeight() { return height; }
     virtual void setWidth(f32 newWidth);
@@ -52,12 +52,13 @@ public:
     // At a point in its own size, or in a rectangle. `value` 0 to 1 picks frame or shape.
     virtual void draw(AM_Context* context, AM_Point at, f32 alpha, f32 value);
     virtual void drawInRect(AM_Context* context, const AM_Rect& rect, f32 alpha, f32 value);
-    // The statements that make this graphic again, appended to `script`.
+    // The statements that make this graphic again, appended to `script`: none for an immutable one,
+    // and for a name that can't stand in a script, which is logged.
     virtual void write(std::string* script);
     // "width", "height", "scalable" and the rows of the table; `id` picks one of rows of the same
     // name, or of colours. An unknown name is logged by shapes as "huh?".
     virtual void setProperty(const char* name, i32 id, const char* value);
-    // The rows in the order of the file.
+    // The rows in the order of the file; those of one name stand side by side.
     virtual void getProperties(AM_PropertyTable* table);
 
     // The folder that it belongs to: 0 that of the plain script, else a theme.
@@ -65,6 +66,9 @@ public:
     i32 getThemeIndex() const { return themeIndex; }
 
 protected:
+    // What setProperty does; false for an unknown name.
+    bool changeProperty(const char* property, i32 id, const char* value);
+
     i32 themeIndex = 0;
     f32 width = 0;
     f32 height = 0;
