@@ -54,7 +54,7 @@ public:
     virtual void blit(const AM_PixelView& pixels, i32 left, i32 top, i32 width, i32 height) = 0;
 };
 
-// An outline: closed polygons, in view units.
+// An outline: closed polygons, in view units. What lies inside of an even number of them is a hole.
 struct AM_Path {
     std::vector<std::vector<AM_Point>> polygons;
 };
@@ -85,21 +85,27 @@ public:
     virtual i32 getType() = 0; // 0 on the screen, 1 offscreen
     virtual f32 getWidth() = 0;
     virtual f32 getHeight() = 0;
-    // Composites another context here, whole, its top left at the rectangle's, in device pixels.
+    // Composites another context here, whole, pixel on pixel, its top left at the rectangle's. That
+    // is scaled with the source's scale, so that a layer of another scale keeps its own layout; the
+    // origin's offset with this one's. Never itself.
     virtual void drawOffscreen(AM_Context* source, const AM_Rect& rect, f32 alpha) = 0;
 
     // --- paint -------------------------------------------------------------------------
+    // A flat colour or a gradient.
     virtual void fillPath(const AM_Path& path, const AM_Colour& paint) = 0;
-    // A gradient runs from the top of the outline to its bottom, or as setGradientAxis says.
+    // The same with the filler for gradients, whatever the colour. A gradient runs from the top of
+    // the outline to its bottom, or as setGradientAxis says.
     virtual void fillPathGradient(const AM_Path& path, const AM_Colour& gradient) = 0;
     virtual void setPaint(const f32* rgba) = 0;
     virtual void setRGBAF(f32 r, f32 g, f32 b, f32 a) = 0;
     virtual void setRGBA(u32 rgba) = 0;
-    // A gradient becomes the paint; its plain value is that of the first stop. It has to outlive
-    // its use.
+    // A gradient becomes the paint of areas; lines and text have the value of its first stop. It
+    // has to outlive its use. With null there is no paint: areas are not filled, and polygons say
+    // 'PaintColour is NULL' in the log.
     virtual void setColour(const AM_Colour* colour) = 0;
+    // Back to the plain value as the paint.
     virtual void resetColour() = 0;
-    // The paint: never null.
+    // The paint: null after setColour(nullptr) only.
     virtual const AM_Colour* getColour() = 0;
     virtual AM_Rgba getPlainColour() = 0;
     virtual f32 getLineWidth() = 0;
@@ -109,13 +115,18 @@ public:
     virtual void reserved23() {}
 
     // --- lines and areas ---------------------------------------------------------------
-    // A pen that lineTo draws with and takes along.
+    // A stroke lies half on each side of its line: one of width 1 is sharp at scale 1 if the line
+    // runs through the middle of pixels, so 0.5 beside whole coordinates. Ends are cut square.
+    // A pen that lineTo draws with, in the line width, and takes along.
     virtual void moveTo(AM_Point to) = 0;
     virtual void lineTo(AM_Point to) = 0;
     // With the paint. Less than three points are nothing.
     virtual void fillPolygon(const AM_Point* points, i32 count) = 0;
     virtual void fillPolygonGradient(const AM_Point* points, i32 count) = 0;
+    // In the line width, which is 1 until it is set.
     virtual void drawLine(AM_Point from, AM_Point to) = 0;
+    // One stroke through all points with round joints, so that a translucent one is even.
+    virtual void strokeLines(const AM_Point* points, i32 count, f32 width) = 0;
     // The line's middle is on the rectangle.
     virtual void strokeRect(const AM_Rect& rect, f32 width) = 0;
     virtual void fillRect(const AM_Rect& rect) = 0;
@@ -126,16 +137,24 @@ public:
     virtual void strokeCircle(AM_Point centre, f32 radius, f32 width) = 0;
 
     // --- text --------------------------------------------------------------------------
+    // Takes the font's size too. It has to outlive its use; null is the standard font. Text is
+    // UTF-8.
     virtual void setFont(AM_Font* font) = 0;
+    // The em's height in view units, held at 1 to 1000.
     virtual void setFontSize(f32 size) = 0;
     virtual void setLineWidth(f32 width) = 0;
+    // How far the pen goes, in view units.
     virtual f32 getTextWidth(const char* text) = 0;
-    // `text` if it is at most `width` - 8 wide, else shortened in proportion; valid until the next
-    // call.
+    // `text` itself if it fits the width, else its beginning and "..." in a buffer of 256 bytes,
+    // good until the next call.
     virtual const char* ellipsise(const char* text, f32 width) = 0;
+    // On at first: glyphs stand on quarters of a pixel and have smooth edges. Off: on whole pixels,
+    // with hard edges.
     virtual void setAntiAlias(bool on) = 0;
     virtual bool getAntiAlias() = 0;
     virtual void drawIfEmpty() {}
+    // One line, shortened to the rectangle's width, in the plain colour. Alignments from 0 to 2,
+    // see AM_TextAlign. The baseline follows from the font alone and lies on a whole pixel.
     virtual void drawText(const char* text, const AM_Rect& rect, i32 hAlign, i32 vAlign) = 0;
     // Ascent, descent (above 0) and height of a line, in view units.
     struct FontMetric {
@@ -148,10 +167,10 @@ public:
     virtual f32 fitFontSize(const char* text, const AM_Rect& rect, f32 largest) = 0;
 
     // --- clip and scale ----------------------------------------------------------------
-    // Meets with the whole buffer.
+    // Meets with the whole buffer; moved by the origin's offset, as all that is drawn.
     virtual void setGlobalClip(const AM_Rect& rect) = 0;
     virtual AM_Rect getGlobalClip() = 0;
-    // Meets with the clip in force until popClip.
+    // Meets with the clip in force until popClip; beginDraw forgets what was pushed.
     virtual void pushClip(const AM_Rect& rect) = 0;
     virtual void popClip() = 0;
     virtual f32 getScale() = 0;
@@ -159,8 +178,9 @@ public:
     virtual AM_Point getOrigin() = 0;
     // Where flushToWindow goes; null for nowhere.
     virtual void setBlit(AM_IBlit* blit) = 0;
+    // Whole pixels, rounded outwards.
     virtual void flushToWindow(const AM_Rect& rect) = 0;
-    // 0.1 to 8.
+    // 0.1 to 8, and the size as setSize.
     virtual void setScale(f32 scale, f32 width, f32 height) = 0;
     // The line along which the gradients of the next fills run; null for top to bottom.
     virtual void setGradientAxis(const AM_Point* from, const AM_Point* to) = 0;
