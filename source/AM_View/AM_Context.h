@@ -46,10 +46,15 @@ enum AM_Resampling : i32 {
 };
 extern const char AM_resamplingLabels[k_numResamplings][32];
 
-// Takes finished pixels to a window, or wherever they are shown.
+// Takes finished pixels to a window, or wherever they are shown. The editor's thread.
 class AM_IBlit {
 public:
     virtual ~AM_IBlit() = default;
+    // A pixel map of its own for the context to draw into, which replaces the one before; empty if
+    // any pixels will do. The context fills it anew.
+    virtual AM_PixelView makeMap(i32 /*width*/, i32 /*height*/) { return {}; }
+    // The first pixel of that map; null without one.
+    virtual const u8* getMapPixels() { return nullptr; }
     // Shows the part of `pixels` at left, top; it lies inside of them. In device pixels.
     virtual void blit(const AM_PixelView& pixels, i32 left, i32 top, i32 width, i32 height) = 0;
 };
@@ -134,6 +139,7 @@ public:
     // From `start` clockwise to `end`. 359.6 degrees or more are a full ring, with inner radius 0 a
     // disc; less has closing radial edges.
     virtual void fillArc(AM_Point centre, f32 inner, f32 outer, f32 start, f32 end) = 0;
+    // In the plain colour, as all strokes.
     virtual void strokeCircle(AM_Point centre, f32 radius, f32 width) = 0;
 
     // --- text --------------------------------------------------------------------------
@@ -176,9 +182,9 @@ public:
     virtual f32 getScale() = 0;
     virtual void setOrigin(AM_Point offset) = 0;
     virtual AM_Point getOrigin() = 0;
-    // Where flushToWindow goes; null for nowhere.
+    // Where flushToWindow goes; null for nowhere. It has to outlive its use.
     virtual void setBlit(AM_IBlit* blit) = 0;
-    // Whole pixels, rounded outwards.
+    // View units without the origin's offset; whole pixels, rounded outwards.
     virtual void flushToWindow(const AM_Rect& rect) = 0;
     // 0.1 to 8, and the size as setSize.
     virtual void setScale(f32 scale, f32 width, f32 height) = 0;

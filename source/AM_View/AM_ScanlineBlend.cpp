@@ -1,0 +1,76 @@
+#include "AM_ScanlineBlend.h"
+
+#include <cstring>
+
+namespace {
+// The destination's colour counts with its alpha, so that none comes from transparent pixels.
+void blendStraight(u8* pixel, u32 r, u32 g, u32 b, u32 alpha) {
+    const u32 under = pixel[3] * (255 - alpha);
+    const u32 over = alpha * 255;
+    const u32 sum = over + under;
+    const u32 half = sum / 2;
+    pixel[0] = static_cast<u8>((r * over + pixel[0] * under + half) / sum);
+    pixel[1] = static_cast<u8>((g * over + pixel[1] * under + half) / sum);
+    pixel[2] = static_cast<u8>((b * over + pixel[2] * under + half) / sum);
+    pixel[3] = static_cast<u8>(AM_div255(sum));
+}
+
+void blendOne(u8* pixel, u32 r, u32 g, u32 b, u32 alpha) {
+    if (alpha == 0) return;
+    if (pixel[3] == 255) {
+        const u32 rest = 255 - alpha;
+        pixel[0] = static_cast<u8>(AM_div255(r * alpha + pixel[0] * rest));
+        pixel[1] = static_cast<u8>(AM_div255(g * alpha + pixel[1] * rest));
+        pixel[2] = static_cast<u8>(AM_div255(b * alpha + pixel[2] * rest));
+        return;
+    }
+    blendStraight(pixel, r, g, b, alpha);
+}
+
+u32 asWord(const AM_Pixel& colour) {
+    const u8 bytes[4] = {colour.r, colour.g, colour.b, colour.a};
+    u32 word;
+    std::memcpy(&word, bytes, 4);
+    return word;
+}
+} // namespace
+
+void AM_blendPixel(u8* pixel, const AM_Pixel& colour, u32 cover) {
+    blendOne(pixel, colour.r, colour.g, colour.b, AM_div255(colour.a * cover));
+}
+
+void AM_blendSolid(u8* pixels, i32 count, const AM_Pixel& colour, u32 cover) {
+    const u32 alpha = AM_div255(colour.a * cover);
+    if (alpha == 0) return;
+    if (alpha == 255) {
+        const u32 word = asWord(colour);
+        for (i32 i = 0; i < count; ++i)
+            std::memcpy(pixels + i * 4, &word, 4);
+        return;
+    }
+    for (i32 i = 0; i < count; ++i)
+        blendOne(pixels + i * 4, colour.r, colour.g, colour.b, alpha);
+}
+
+void AM_blendCovered(u8* pixels, i32 count, const AM_Pixel& colour, const u8* covers) {
+    const u32 word = asWord(colour);
+    const bool opaque = colour.a == 255;
+    for (i32 i = 0; i < count; ++i, pixels += 4) {
+        const u32 cover = covers[i];
+        if (cover == 0) continue;
+        if (opaque && cover == 255)
+            std::memcpy(pixels, &word, 4);
+        else
+            blendOne(pixels, colour.r, colour.g, colour.b, AM_div255(colour.a * cover));
+    }
+}
+
+void AM_blendColours(u8* pixels, i32 count, const u8* colours, const u8* covers) {
+    for (i32 i = 0; i < count; ++i, pixels += 4, colours += 4) {
+        const u32 alpha = covers ? AM_div255(colours[3] * covers[i]) : colours[3];
+        if (alpha == 255)
+            std::memcpy(pixels, colours, 4);
+        else
+            blendOne(pixels, colours[0], colours[1], colours[2], alpha);
+    }
+}
