@@ -3,17 +3,11 @@
 
 #include "AM_Context.h"
 #include "AM_Geometry.h"
+#include "AM_ImageRotation.h"
 #include "AM_PixelView.h"
+#include "AM_RowScaler.h"
 
 #include <vector>
-
-// Whole pixels; `right` and `bottom` are behind the last.
-struct AM_PixelClip {
-    i32 left = 0;
-    i32 top = 0;
-    i32 right = 0;
-    i32 bottom = 0;
-};
 
 // Images are filtered with their colours weighed by alpha, go on beyond their edges as they are
 // there, and are cut at the target's edges, smoothly where these are between pixels. The middle of
@@ -33,4 +27,35 @@ public:
     // over the target and turns with it.
     void draw(const AM_PixelView& target, const AM_PixelClip& clip, const AM_PixelView& image,
               const AM_ImagePlacement& how, AM_Resampling resampling);
+
+private:
+    // What `draw` was asked for, made sure of.
+    struct Job {
+        AM_PixelView target;
+        AM_PixelClip clip;
+        AM_PixelView image;
+        AM_PixelView mask; // may be empty
+        f64 left;
+        f64 top;
+        f64 width;
+        f64 height;
+        u32 alpha;
+        i32 mode;
+        AM_Resampling resampling;
+    };
+    void turnQuarters(Job& job, i32 quarters);
+    void drawStraight(const Job& job);
+    void drawScaled(const Job& job, const AM_ScaledArea& area);
+    const u8* coverOfRow(const Job& job, const AM_ScaledArea& area, i32 y);
+    void drawRotated(Job job, f64 angle);
+    void scaleFirst(Job& job);
+
+    AM_RowScaler imageRows;
+    AM_RowScaler maskRows;
+    AM_ImageRotation rotation;
+    std::vector<u8> turnedImage;
+    std::vector<u8> turnedMask;
+    std::vector<u8> scaledImage;
+    std::vector<u8> columnCover;
+    std::vector<u8> cover;
 };

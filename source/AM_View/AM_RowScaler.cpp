@@ -1,0 +1,132 @@
+#include "AM_RowScaler.h"
+
+#include "AM_PremultipliedRow.h"
+
+#include <algorithm>
+#include <cstring>
+#include <emmintrin.h>
+
+namespace {
+
+const __m128i* vectors(const void* from) {
+    return static_cast<const __m128i*>(from);
+}
+__m128i* vectors(void* to) {
+    return static_cast<__m128i*>(to);
+}
+
+__m128i weightPair(const i16* weights) {
+    i32 both;
+    std::memcpy(&both, weights, 4);
+    return _mm_set1_epi32(both);
+}
+
+// Back from 14 bits of weight.
+__m128i rounded(__m128i sum) {
+    return _mm_srai_epi32(_mm_add_epi32(sum, _mm_set1_epi32(AM_ResampleTaps::k_one / 2)), 14);
+}
+
+} // namespace
+
+void AM_RowScaler::begin(const AM_PixelView& newImage, const AM_ScaledArea& area,
+                         AM_Resampling choice) {
+    image = newImage;
+    width = area.right - area.left;
+    top = area.top;
+    across.make(choice, image.width, area.imageLeft, area.imageWidth, area.left, area.right);
+    down.make(choice, image.height, area.imageTop, area.imageHeight, area.top, area.bottom);
+    const auto [low, high] = std::minmax_element(across.first.begin(), across.first.end());
+    firstColumn = *low;
+    numColumns = std::min(*high + across.perPixel, image.width) - firstColumn;
+    for (i32& first : across.first)
+        first -= firstColumn;
+    // Rows are padded to whole vectors; places that the image does not have are read, and weigh
+    // nothing.
+    source.assign(4 * static_cast<size_t>(*high - firstColumn + across.perPixel + 2), 0);
+    stride = 4 * static_cast<size_t>((width + 1) & ~1);
+    numRows = std::min(down.perPixel, k_maxRows);
+    scaled.resize(std::max(scaled.size(), stride * static_cast<size_t>(numRows)));
+    rowNumbers.assign(static_cast<size_t>(numRows), -1);
+    result.resize(std::max(result.size(), stride));
+}
+
+const i16* AM_RowScaler::scaledRow(i32 sourceY) {
+    const size_t slot = static_cast<size_t>(sourceY % numRows);
+    i16* target = scaled.data() + slot * stride;
+    if (rowNumbers[slot] == sourceY) return target;
+    rowNumbers[slot] = sourceY;
+    const i32 y = std::min(sourceY, image.height - 1);
+    AM_PremultipliedRow::load(source.data(), image.row(y) + 4 * static_cast<size_t>(firstColumn),
+                              numColumns);
+    scaleAcross(source.data(), target);
+    return target;
+}
+
+void AM_RowScaler::scaleAcross(const i16* from, i16* target) const {
+    const i16* weights = across.weights.data();
+    const i32 pairs = across.perPixel / 2;
+    for (i32 x = 0; x < width; ++x, target += 4) {
+        const i16* pixels = from + 4 * static_cast<size_t>(across.first[static_cast<size_t>(x)]);
+        __m128i total = _mm_setzero_si128();
+        for (i32 k = 0; k < pairs; ++k, pixels += 8, weights += 2) {
+            const __m128i two = _mm_loadu_si128(vectors(pixels));
+            const __m128i mixed = _mm_unpacklo_epi16(two, _mm_srli_si128(two, 8));
+            total = _mm_add_epi32(total, _mm_madd_epi16(mixed, weightPair(weights)));
+        }
+        const __m128i pixel = rounded(total);
+        _mm_storel_epi64(vectors(target), _mm_packs_epi32(pixel, pixel));
+    }
+}
+
+const i16* AM_RowScaler::row(i32 y) {
+    const i32 index = y - top;
+    const i32 first = down.first[static_cast<size_t>(index)];
+    const i16* weights = down.of(index);
+    const i16* rows[k_maxRows];
+    const bool atOnce = down.perPixel <= k_maxRows;
+    if (!atOnce) sums.assign(stride, 0);
+    for (i32 done = 0; done < down.perPixel; done += k_maxRows) {
+        const i32 count = std::min(down.perPixel - done, k_maxRows);
+        for (i32 k = 0; k < count; ++k)
+            rows[k] = scaledRow(first + done + k);
+        if (atOnce)
+            combine(rows, weights, count);
+        else
+            sum(rows, weights + done, count);
+    }
+    if (!atOnce) finish();
+    AM_PremultipliedRow::clamp(result.data(), width);
+    return result.data();
+}
+
+void AM_RowScaler::combine(const i16* const* rows, const i16* weights, i32 count) {
+    const __m128i first = weightPair(weights);
+    for (size_t x = 0; x < stride; x += 8) {
+        __m128i low = _mm_setzero_si128();
+        __m128i high = low;
+        for (i32 k = 0; k < count; k += 2) {
+            const __m128i a = _mm_loadu_si128(vectors(rows[k] + x));
+            const __m128i b = _mm_loadu_si128(vectors(rows[k + 1] + x));
+            const __m128i w = k ? weightPair(weights + k) : first;
+            low = _mm_add_epi32(low, _mm_madd_epi16(_mm_unpacklo_epi16(a, b), w));
+            high = _mm_add_epi32(high, _mm_madd_epi16(_mm_unpackhi_epi16(a, b), w));
+        }
+        _mm_storeu_si128(vectors(result.data() + x), _mm_packs_epi32(rounded(low), rounded(high)));
+    }
+}
+
+void AM_RowScaler::sum(const i16* const* rows, const i16* weights, i32 count) {
+    for (i32 k = 0; k < count; ++k) {
+        const i32 weight = weights[k];
+        const i16* row = rows[k];
+        for (size_t x = 0; x < stride; ++x)
+            sums[x] += row[x] * weight;
+    }
+}
+
+void AM_RowScaler::finish() {
+    for (size_t x = 0; x < stride; ++x) {
+        const i32 value = (sums[x] + AM_ResampleTaps::k_one / 2) >> 14;
+        result[x] = static_cast<i16>(std::clamp(value, -32768, 32767));
+    }
+}
