@@ -1,8 +1,10 @@
 #include "AM_Graphic.h"
 
 #include "AM_Format.h"
+#include "AM_GraphicsList.h"
 #include "AM_Log.h"
 #include "AM_Text.h"
+#include "AM_ViewText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -35,15 +37,6 @@ i32 findLabel(const AM_Property& row, const char* text) {
     return toInt(row.standard);
 }
 
-// What can stand in quotes: the rest would end the value, split it or open a comment.
-bool isScriptText(const char* text) {
-    for (const char* c = text; *c; ++c)
-        if (static_cast<u8>(*c) < 0x20 || *c == '\'' || *c == '=' ||
-            (*c == '/' && (c[1] == '/' || c[1] == '*')))
-            return false;
-    return *text != '\0';
-}
-
 template <class... A>
 void append(std::string* script, const char* format, const A&... args) {
     char line[512];
@@ -69,7 +62,7 @@ std::string valueText(const AM_Property& row) {
         return *static_cast<const bool*>(row.value) ? "YES" : "NO";
     default: {
         const char* kept = static_cast<const char*>(row.value);
-        return isScriptText(kept) ? kept : "";
+        return AM_isScriptText(kept) ? kept : "";
     }
     }
 }
@@ -116,6 +109,10 @@ const char* AM_Graphic::getTypeName() {
     return "no type";
 }
 
+const char* AM_Graphic::getDefaultName() {
+    return "";
+}
+
 void AM_Graphic::setWidth(f32 newWidth) {
     if (std::isfinite(newWidth)) width = std::clamp(newWidth, 0.0f, k_maxSize);
 }
@@ -131,9 +128,19 @@ void AM_Graphic::draw(AM_Context* context, AM_Point at, f32 alpha, f32 value) {
 void AM_Graphic::drawInRect(AM_Context*, const AM_Rect&, f32, f32) {
 }
 
+bool AM_Graphic::hits(const AM_Rect& rect, AM_Point at, f32) {
+    return rect.contains(at);
+}
+
+AM_GraphicsList* AM_Graphic::getList() const {
+    for (AM_Tree* above = getParent(); above; above = above->getParent())
+        if (auto* list = dynamic_cast<AM_GraphicsList*>(above)) return list;
+    return nullptr;
+}
+
 void AM_Graphic::write(std::string* script) {
     if (!script || isImmutable()) return;
-    if (!isScriptText(name)) {
+    if (!AM_isScriptText(name)) {
         AM_Log("Graphic '%s' is not written: a script can't hold its name", name);
         return;
     }

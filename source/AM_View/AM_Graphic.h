@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-class AM_Colour;
 class AM_Context;
+class AM_GraphicsList;
 
 // A row of the properties that a graphic or a filter has; `value` points into the object.
 struct AM_Property {
@@ -41,6 +41,8 @@ public:
     virtual bool getHasAlpha() { return hasAlpha; }
     // "no type" in the base.
     virtual const char* getTypeName();
+    // How one without a name is called in a list, with "%d" for a number; empty for not at all.
+    virtual const char* getDefaultName();
     // View units, set to at most 4096; what is not finite changes nothing.
     virtual f32 getWidth() { return width; }
     virtual f32 getHeight() { return height; }
@@ -52,6 +54,9 @@ public:
     // At a point in its own size, or in a rectangle. `value` 0 to 1 picks frame or shape.
     virtual void draw(AM_Context* context, AM_Point at, f32 alpha, f32 value);
     virtual void drawInRect(AM_Context* context, const AM_Rect& rect, f32 alpha, f32 value);
+    // True if the graphic, drawn in `rect`, shows something at `at`. In the base all of the
+    // rectangle counts.
+    virtual bool hits(const AM_Rect& rect, AM_Point at, f32 value);
     // The statements that make this graphic again, appended to `script`: none for an immutable one,
     // and for a name that can't stand in a script, which is logged.
     virtual void write(std::string* script);
@@ -64,6 +69,8 @@ public:
     // The folder that it belongs to: 0 that of the plain script, else a theme.
     void setThemeIndex(i32 index) { themeIndex = index; }
     i32 getThemeIndex() const { return themeIndex; }
+    // The list that this stands in, itself or as a part of something; null outside of one.
+    AM_GraphicsList* getList() const;
 
 protected:
     // What setProperty does; false for an unknown name.

@@ -1,0 +1,11 @@
+#include "AM_ViewText.h"
+
+#include "AM_Types.h"
+
+bool AM_isScriptText(const char* text) {
+    for (const char* c = text; *c; ++c)
+        if (static_cast<u8>(*c) < 0x20 || *c == '\'' || *c == '=' ||
+            (*c == '/' && (c[1] == '/' || c[1] == '*')))
+            return false;
+    return *text != '\0';
+}

@@ -1,0 +1,6 @@
+// What texts of an editor's script can be.
+#pragma once
+
+// True for a text that can stand in the quotes of a script's value: not empty, and without what
+// would end the value, split it or open a comment.
+bool AM_isScriptText(const char* text);
