@@ -105,6 +105,25 @@ bool blendFour(u8* target, const i16* row, u32 alpha, const u8* cover) {
     return true;
 }
 
+// The same numbers as blendFour, so that a picture does not depend on where its parts begin.
+void blendOne(u8* target, const i16* pixel, u32 alpha, const u8* cover) {
+    if (target[3] != 255) {
+        u8 straight[4];
+        storeOne(straight, pixel);
+        AM_PixelOps::blendRow(target, straight, 1, alpha, cover, k_blendNormal);
+        return;
+    }
+    u8 targets[16];
+    std::memset(targets, 255, sizeof targets);
+    std::memcpy(targets, target, 4);
+    i16 pixels[16] = {};
+    std::copy_n(pixel, 4, pixels);
+    u8 covers[4] = {};
+    if (cover) covers[0] = *cover;
+    blendFour(targets, pixels, alpha, cover ? covers : nullptr);
+    std::memcpy(target, targets, 4);
+}
+
 } // namespace
 
 namespace AM_PremultipliedRow {
@@ -144,19 +163,23 @@ void store(u8* pixels, const i16* row, i32 count) {
 }
 
 void blend(u8* target, const i16* row, i32 count, u32 alpha, const u8* cover, i32 mode) {
-    constexpr i32 chunk = 64;
-    const bool normal = mode <= k_blendNormal || mode >= k_numBlendModes;
-    u8 straight[4 * chunk];
-    for (i32 i = 0; i < count;) {
-        const u8* covers = cover ? cover + i : nullptr;
-        if (normal && i + 4 <= count && blendFour(target + 4 * i, row + 4 * i, alpha, covers)) {
-            i += 4;
-            continue;
+    if (mode > k_blendNormal && mode < k_numBlendModes) {
+        constexpr i32 chunk = 64;
+        u8 straight[4 * chunk];
+        for (i32 i = 0; i < count; i += chunk) {
+            const i32 some = std::min(chunk, count - i);
+            store(straight, row + 4 * i, some);
+            AM_PixelOps::blendRow(target + 4 * i, straight, some, alpha, cover ? cover + i : cover,
+                                  mode);
         }
-        const i32 some = std::min(normal ? 4 : chunk, count - i);
-        store(straight, row + 4 * i, some);
-        AM_PixelOps::blendRow(target + 4 * i, straight, some, alpha, covers, mode);
-        i += some;
+        return;
+    }
+    for (i32 i = 0; i < count; i += 4) {
+        const i32 some = std::min(4, count - i);
+        const u8* covers = cover ? cover + i : nullptr;
+        if (some == 4 && blendFour(target + 4 * i, row + 4 * i, alpha, covers)) continue;
+        for (i32 k = i; k < i + some; ++k)
+            blendOne(target + 4 * k, row + 4 * k, alpha, cover ? cover + k : nullptr);
     }
 }
 

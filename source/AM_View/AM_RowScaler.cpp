@@ -37,12 +37,13 @@ void AM_RowScaler::begin(const AM_PixelView& newImage, const AM_ScaledArea& area
     down.make(choice, image.height, area.imageTop, area.imageHeight, area.top, area.bottom);
     const auto [low, high] = std::minmax_element(across.first.begin(), across.first.end());
     firstColumn = *low;
-    numColumns = std::min(*high + across.perPixel, image.width) - firstColumn;
+    const i32 reach = *high + across.perPixel - firstColumn;
+    numColumns = std::min(reach, image.width - firstColumn);
     for (i32& first : across.first)
         first -= firstColumn;
     // Rows are padded to whole vectors; places that the image does not have are read, and weigh
     // nothing.
-    source.assign(4 * static_cast<size_t>(*high - firstColumn + across.perPixel + 2), 0);
+    source.assign(4 * static_cast<size_t>(reach), 0);
     stride = 4 * static_cast<size_t>((width + 1) & ~1);
     numRows = std::min(down.perPixel, k_maxRows);
     scaled.resize(std::max(scaled.size(), stride * static_cast<size_t>(numRows)));
