@@ -3,13 +3,13 @@
 #include "AM_Log.h"
 
 #include <algorithm>
-#include <boost/chrono.hpp>
+#include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <exception>
 
 AM_ImageLoader::AM_ImageLoader(Wait newWait) : wait(std::move(newWait)) {
     if (!wait)
         wait = [](i32 milliseconds) {
-            boost::this_thread::sleep_for(boost::chrono::milliseconds(milliseconds));
+            boost::this_thread::sleep(boost::posix_time::milliseconds(milliseconds));
         };
 }
 

@@ -15,7 +15,7 @@ u32 AM_LolliRect::getDefaultColour(i32 id) const {
 void AM_LolliRect::paint(const Canvas& canvas) {
     // The shadow reaches `size` beyond a box that is moved down by half of it.
     const AM_Rect& rect = canvas.rect;
-    const f32 room = std::min(rect.width, rect.height) / 4;
+    const f32 room = std::min(rect.width, rect.height) / 6;
     const f32 size = canvas.crisp(std::min(shadowSize * canvas.unit, room)),
               drop = std::floor(size / 2 / canvas.pixel) * canvas.pixel;
     const AM_Rect box{rect.left + size, rect.top + size - drop, rect.width - 2 * size,
