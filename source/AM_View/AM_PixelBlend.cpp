@@ -6,6 +6,10 @@
 #include <cstring>
 #include <emmintrin.h>
 
+const char AM_blendModeLabels[k_numBlendModes][32] = {
+    "selected", "normal",      "multiply",   "screen",     "overlay", "darken",
+    "lighten",  "colourdodge", "colourburn", "difference", "colour"};
+
 namespace {
 
 using AM_PixelOps::times255;

@@ -7,6 +7,10 @@
 #include <cmath>
 #include <cstring>
 
+const char AM_resamplingLabels[k_numResamplings][32] = {
+    "Nearest Neighbour", "Bilinear",    "Cubic",        "Catrom",
+    "Mitchell",          "Cubic 2pass", "Catrom 2pass", "Mitchell 2pass"};
+
 namespace {
 
 // Nothing of an editor is this large or this far away.
