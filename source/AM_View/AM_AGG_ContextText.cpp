@@ -53,7 +53,8 @@ const char* AM_AGG_Context::ellipsise(const char* text, f32 maxWidth) {
     f64 kept = static_cast<f64>(count);
     if (whole > 8) kept = std::min(kept, kept * maxWidth / (whole - 8));
     // In proportion at first; a wide beginning may need more.
-    for (size_t left = std::min(static_cast<size_t>(kept), sizeof shortened); left > 0; --left) {
+    const size_t most = std::clamp(static_cast<size_t>(kept), size_t{3}, sizeof shortened);
+    for (size_t left = std::min(most, count); left > 0; --left) {
         AM_STD::ellipsise(shortened, copy.c_str(), left);
         if (getTextWidth(shortened) <= maxWidth) return shortened;
     }

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <mutex>
 
 namespace {
@@ -44,6 +45,24 @@ private:
     f64 x;
     f64 y;
 };
+
+// Anti-Grain keeps the face to itself, and its metric is that of a line of one em.
+AM_TextEngine::Metric readMetric(const std::string& file) {
+    FT_Library library = nullptr;
+    FT_Face face = nullptr;
+    AM_TextEngine::Metric metric;
+    if (FT_Init_FreeType(&library) != 0) return metric;
+    if (FT_New_Face(library, file.c_str(), 0, &face) == 0) {
+        const f64 em = std::max<f64>(face->units_per_EM, 1);
+        const auto held = [em](i32 units) { return std::clamp(units / em, 0.0, 4.0); };
+        metric.ascent = held(face->ascender);
+        metric.descent = held(-face->descender);
+        metric.height = metric.ascent + metric.descent;
+        FT_Done_Face(face);
+    }
+    FT_Done_FreeType(library);
+    return metric;
+}
 
 AM_TextMask makeMask(AM_AggRaster::Rasterizer& rasterizer) {
     AM_TextMask mask;
@@ -96,6 +115,7 @@ struct AM_TextEngine::Parts {
     AM_AggRaster raster;
     AM_TextStyle current;
     bool loaded = false;
+    std::map<std::string, Metric> metrics;
 
     bool select(const AM_TextStyle& style);
     AM_TextGlyph& glyph(AM_TextGlyphs::Glyphs& known, u32 code);
@@ -202,27 +222,13 @@ f64 AM_TextEngine::getWidth(const AM_TextStyle& style, const char* text) {
     return parts->walk(text, all) / stepsOf(style);
 }
 
-size_t AM_TextEngine::getFitting(const AM_TextStyle& style, const char* text, f64 width) {
-    const std::lock_guard lock(parts->mutex);
-    if (!text || !parts->select(style)) return 0;
-    size_t fitting = 0;
-    const f64 end = width * stepsOf(style);
-    parts->walk(text, [&](const AM_TextCharacter& character, const AM_TextGlyph& glyph, f64 pen) {
-        const bool fits = pen + glyph.advance <= end;
-        if (fits) fitting += character.bytes;
-        return fits;
-    });
-    return fitting;
-}
-
 AM_TextEngine::Metric AM_TextEngine::getMetric(const std::string& file) {
     const std::lock_guard lock(parts->mutex);
-    // Large enough for its rounding not to matter.
-    constexpr f64 size = 1000;
-    if (!parts->select({file, size, true})) return {};
-    const f64 ascent = std::abs(parts->engine.ascender()) / size;
-    const f64 descent = std::abs(parts->engine.descender()) / size;
-    return {ascent, descent, ascent + descent};
+    if (const auto known = parts->metrics.find(file); known != parts->metrics.end())
+        return known->second;
+    constexpr size_t many = 256;
+    if (parts->metrics.size() >= many) parts->metrics.clear();
+    return parts->metrics[file] = readMetric(file);
 }
 
 bool AM_TextEngine::draw(const AM_TextStyle& style, const char* text, f64 x, i32 baseline,

@@ -36,8 +36,6 @@ public:
     bool canLoad(const std::string& file);
     // In pixels; 0 if the font can't be loaded.
     f64 getWidth(const AM_TextStyle& style, const char* text);
-    // How many bytes of `text`, in whole characters, are at most `width` pixels wide.
-    size_t getFitting(const AM_TextStyle& style, const char* text, f64 width);
     struct Metric {
         f64 ascent = 0;
         f64 descent = 0; // above 0
