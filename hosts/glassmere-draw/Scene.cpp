@@ -32,7 +32,8 @@ f32 arrange(const std::vector<Scene>& scenes, std::vector<Place>& places) {
 const std::vector<Scene>& allScenes() {
     static const std::vector<Scene> scenes = [] {
         std::vector<Scene> all;
-        for (const auto& theme : {lineScenes(), areaScenes(), textScenes(), layerScenes()})
+        for (const auto& theme : {lineScenes(), areaScenes(), textScenes(), layerScenes(),
+                                  pixelScenes(), filterScenes()})
             all.insert(all.end(), theme.begin(), theme.end());
         return all;
     }();

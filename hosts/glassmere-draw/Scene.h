@@ -32,3 +32,5 @@ std::vector<Scene> lineScenes();
 std::vector<Scene> areaScenes();
 std::vector<Scene> textScenes();
 std::vector<Scene> layerScenes();
+std::vector<Scene> pixelScenes();
+std::vector<Scene> filterScenes();
