@@ -5,6 +5,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <string_view>
 
 namespace {
 constexpr f32 k_size = 84;
@@ -39,8 +40,13 @@ public:
         std::string text;
         for (const Setting& setting : settings) {
             filter.setProperty(setting.property, 0, setting.value);
+            // Every shadow but the first falls to the lower right.
+            if (std::string_view(setting.property) == "angle") continue;
             if (!text.empty()) text += ", ";
-            text += std::string(setting.property) + " " + setting.value;
+            if (std::string_view(setting.property) == "inside")
+                text += "outside";
+            else
+                text += std::string(setting.property) + " " + setting.value;
         }
         filter.applyFilter(&layer);
         const f32 x = 4 + static_cast<f32>(number % columns) * (k_size + 8);
