@@ -1,0 +1,156 @@
+// The panels over the whole sound's time.
+#include "AM_Colour.h"
+#include "ColourMap.h"
+#include "Envelope.h"
+#include "PlotStyle.h"
+#include "SoundPanels.h"
+#include "Spectrogram.h"
+
+#include <algorithm>
+#include <cmath>
+
+using namespace PlotStyle;
+
+namespace {
+constexpr f32 k_channelGap = 2;
+constexpr f64 k_levelRange = 90; // dB of the spectrogram's colours
+constexpr f32 k_scaleWidth = 180;
+constexpr f32 k_scaleHeight = 8;
+
+// The area of a channel between its lowest and highest, or around 0 by its mean.
+void fillEnvelope(AM_Context& context, const std::vector<EnvelopeColumn>& columns,
+                  const PlotPanel& panel, const PlotAxis& axis, bool rms) {
+    const AM_Rect area = panel.getArea();
+    const f32 width = area.width / static_cast<f32>(columns.size());
+    // Not thinner than a line, so that silence shows.
+    const f32 least = rms ? 0 : 0.5f;
+    std::vector<AM_Point> points(2 * columns.size());
+    for (size_t i = 0; i < columns.size(); ++i) {
+        const EnvelopeColumn& column = columns[i];
+        const f32 x = area.left + (static_cast<f32>(i) + 0.5f) * width;
+        const f32 high = axis.place(rms ? column.rms : column.high);
+        const f32 low = axis.place(rms ? -column.rms : column.low);
+        points[i] = {x, high - least};
+        points[points.size() - 1 - i] = {x, low + least};
+    }
+    context.fillPolygon(points.data(), static_cast<i32>(points.size()));
+}
+
+void drawChannel(const SoundPicture& picture, const PlotPanel& panel, size_t channel, f64 limit,
+                 const std::string& label) {
+    AM_Context& context = picture.context;
+    const AM_Rect area = panel.getArea();
+    const PlotAxis axis = panel.vertical(-limit, limit);
+    const SoundView& sound = picture.plot.sound;
+    const i32 count = static_cast<i32>(area.width * context.getScale());
+    const std::vector<EnvelopeColumn> columns =
+        findEnvelope(sound.channels[channel].first(sound.frames()), count);
+    // The largest round value that both halves hold, apart from its neighbour's.
+    const RoundSteps steps = findRoundSteps(0, limit * 0.9, 1);
+    const f64 round = steps.values.size() > 1 ? steps.values[1] : limit / 2;
+    const std::vector<PlotTick> ticks = {{round, numberText(round, steps.decimals)},
+                                         {0, "0"},
+                                         {-round, numberText(-round, steps.decimals)}};
+    panel.fillGround();
+    panel.drawVerticalGrid(panel.horizontal(0, sound.seconds()), picture.timeTicks, k_grid);
+    panel.drawHorizontalGrid(axis, ticks, k_grid);
+    context.setRGBA(k_wavePeak);
+    fillEnvelope(context, columns, panel, axis, false);
+    context.setRGBA(k_waveRms);
+    fillEnvelope(context, columns, panel, axis, true);
+    panel.drawLabelsLeft(axis, ticks);
+    panel.drawText(label, {area.right() - 40, area.top + 5, 31, 16}, k_tickSize, k_tickText,
+                   k_alignEnd, k_alignStart);
+}
+
+SpectrogramShape chooseShape(const SoundView& sound, i32 columns, i32 rows) {
+    SpectrogramShape shape;
+    shape.columns = columns;
+    shape.rows = rows;
+    shape.highest = std::max(100.0, std::min(20000.0, sound.rate / 2));
+    // Short sounds want sharp times, long ones sharp frequencies.
+    const f64 window = std::clamp(sound.seconds() / 80, 0.02, 0.085) * sound.rate;
+    shape.window = 1 << static_cast<i32>(std::clamp(std::log2(window) + 0.5, 4.0, 16.0));
+    return shape;
+}
+
+// The scale of the colours, right above the area.
+void drawScale(const SoundPicture& picture, const PlotPanel& panel, f64 top) {
+    AM_Context& context = picture.context;
+    const AM_Rect area = panel.getArea();
+    const f32 labelWidth = 60;
+    const AM_Rect scale{area.right() - labelWidth - k_scaleWidth, area.top - 20, k_scaleWidth,
+                        k_scaleHeight};
+    const ColourMap& colours = getLevelColours();
+    for (f32 x = 0; x < scale.width; ++x) {
+        const auto& c = colours[static_cast<size_t>(x / (scale.width - 1) * 255)];
+        context.setRGBAF(static_cast<f32>(c[0]) / 255, static_cast<f32>(c[1]) / 255,
+                         static_cast<f32>(c[2]) / 255, 1);
+        context.fillRect({scale.left + x, scale.top, 1, scale.height});
+    }
+    const AM_Rect line{scale.left - 70, scale.top + scale.height / 2 - 9, 62, 18};
+    panel.drawText(numberText(top - k_levelRange, 0) + " dB", line, k_tickSize, k_tickText,
+                   k_alignEnd, k_alignCentre);
+    panel.drawText(numberText(top, 0) + " dB", {scale.right() + 8, line.top, labelWidth - 8, 18},
+                   k_tickSize, k_tickText, k_alignStart, k_alignCentre);
+}
+
+void drawLevels(AM_Context& context, const Spectrogram& levels, const AM_Rect& area, f64 top) {
+    const ColourMap& colours = getLevelColours();
+    std::vector<u8> pixels(levels.level.size() * 4, 255);
+    for (i32 y = 0; y < levels.rows; ++y)
+        for (i32 x = 0; x < levels.columns; ++x) {
+            const f64 share = 1 + (levels.at(x, levels.rows - 1 - y) - top) / k_levelRange;
+            const auto& colour = colours[static_cast<size_t>(std::clamp(share, 0.0, 1.0) * 255)];
+            std::copy(colour.begin(), colour.end(),
+                      pixels.begin() + 4 * (static_cast<i64>(y) * levels.columns + x));
+        }
+    AM_ImagePlacement placement;
+    placement.target = area;
+    context.drawImage({pixels.data(), levels.columns, levels.rows, 4 * levels.columns}, placement);
+}
+} // namespace
+
+void drawWaveform(const SoundPicture& picture, const AM_Rect& area) {
+    const SoundView& sound = picture.plot.sound;
+    const size_t shown = std::min<size_t>(sound.channels.size(), 2);
+    f64 limit = 0;
+    for (size_t channel = 0; channel < shown; ++channel)
+        for (const EnvelopeColumn& column :
+             findEnvelope(sound.channels[channel].first(sound.frames()), 1))
+            limit = std::max({limit, std::fabs(f64(column.low)), std::fabs(f64(column.high))});
+    PlotPanel(picture.context, area).drawHeading("Waveform");
+    const f32 height = (area.height + k_channelGap) / static_cast<f32>(std::max<size_t>(shown, 1));
+    for (size_t channel = 0; channel < shown; ++channel) {
+        const AM_Rect part{area.left, area.top + static_cast<f32>(channel) * height, area.width,
+                           height - k_channelGap};
+        drawChannel(picture, PlotPanel(picture.context, part), channel,
+                    limit > 0 ? limit * 1.05 : 1,
+                    shown < 2      ? ""
+                    : channel == 0 ? "L"
+                                   : "R");
+    }
+}
+
+void drawSpectrogram(const SoundPicture& picture, const AM_Rect& area) {
+    const PlotPanel panel(picture.context, area);
+    const SoundView& sound = picture.plot.sound;
+    const f32 scale = picture.context.getScale();
+    const SpectrogramShape shape = chooseShape(sound, static_cast<i32>(area.width * scale),
+                                               static_cast<i32>(area.height * scale));
+    const Spectrogram levels = findSpectrogram(sound, shape);
+    const f64 highest = *std::max_element(levels.level.begin(), levels.level.end());
+    const f64 top = highest > k_silentLevel ? 5 * std::ceil(highest / 5) : 0;
+    drawLevels(picture.context, levels, area, top);
+    const PlotAxis time = panel.horizontal(0, sound.seconds());
+    const PlotAxis frequency = panel.vertical(shape.lowest, shape.highest, true);
+    std::vector<PlotTick> decades = findDecadeTicks(shape.lowest, shape.highest,
+                                                    [](f64 hertz) { return frequencyText(hertz); });
+    std::erase_if(decades, [](const PlotTick& tick) { return tick.label.empty(); });
+    panel.drawHorizontalGrid(frequency, decades, k_gridOverColours);
+    panel.drawVerticalGrid(time, picture.timeTicks, k_gridOverColours);
+    panel.drawLabelsLeft(frequency, decades);
+    panel.drawLabelsBelow(time, picture.timeTicks);
+    panel.drawHeading("Spectrogram");
+    drawScale(picture, panel, top);
+}
