@@ -9,28 +9,25 @@
 
 namespace {
 
-constexpr i32 k_maxTaps = 4;
+i32 floorOf(f64 x) {
+    const i32 whole = static_cast<i32>(x);
+    return whole - (x < whole ? 1 : 0);
+}
 
 // The pixels around a place in one direction, held at the edges.
 struct Taps {
+    i32 at[AM_ImageRotation::k_maxTaps];
+    const f32* weights;
     i32 count;
-    i32 at[k_maxTaps];
-    f32 weight[k_maxTaps];
 
-    Taps(AM_Resampling choice, f64 place, i32 size) {
-        const i32 reach = choice == k_nearestNeighbour || choice == k_bilinear ? 1 : 2;
-        count = choice == k_nearestNeighbour ? 1 : 2 * reach;
-        const f64 from = count == 1 ? std::floor(place) : std::floor(place - 0.5) - (reach - 1);
-        const f32 start = static_cast<f32>(from + 0.5 - place);
-        f32 sum = 0;
-        for (i32 k = 0; k < count; ++k) {
-            const f64 index = std::clamp(from + k, 0.0, size - 1.0);
-            at[k] = static_cast<i32>(index);
-            weight[k] = count == 1 ? 1 : AM_filterWeight(choice, start + static_cast<f32>(k));
-            sum += weight[k];
-        }
+    Taps(const AM_ImageRotation::Weights& table, f64 place, i32 size) : count(table.count) {
+        // The place among the middles of pixels, in steps of the table.
+        constexpr i32 phases = AM_ImageRotation::k_phases;
+        const i32 steps = floorOf((place - table.shift) * phases + table.rounding);
+        weights = table.phase[steps & (phases - 1)];
+        const i32 from = (steps >> AM_ImageRotation::k_phaseBits) - table.before;
         for (i32 k = 0; k < count; ++k)
-            weight[k] /= sum;
+            at[k] = std::clamp(from + k, 0, size - 1);
     }
 };
 
@@ -47,19 +44,19 @@ void sample(const AM_PixelView& image, const Taps& x, const Taps& y, i16* pixel)
         const u8* row = image.row(y.at[j]);
         for (i32 i = 0; i < x.count; ++i)
             sum = _mm_add_ps(
-                sum, weighed(row + 4 * static_cast<size_t>(x.at[i]), x.weight[i] * y.weight[j]));
+                sum, weighed(row + 4 * static_cast<size_t>(x.at[i]), x.weights[i] * y.weights[j]));
     }
     const __m128i scaled = _mm_cvtps_epi32(_mm_mul_ps(sum, _mm_set1_ps(64)));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(pixel), _mm_packs_epi32(scaled, scaled));
 }
 
-f32 sampleAlpha(const AM_PixelView& mask, f64 u, f64 v) {
-    const Taps x(k_bilinear, u * mask.width, mask.width);
-    const Taps y(k_bilinear, v * mask.height, mask.height);
+f32 sampleAlpha(const AM_ImageRotation::Weights& bilinear, const AM_PixelView& mask, f64 u, f64 v) {
+    const Taps x(bilinear, u * mask.width, mask.width);
+    const Taps y(bilinear, v * mask.height, mask.height);
     f32 sum = 0;
     for (i32 j = 0; j < 2; ++j)
         for (i32 i = 0; i < 2; ++i)
-            sum += x.weight[i] * y.weight[j] *
+            sum += x.weights[i] * y.weights[j] *
                    static_cast<f32>(mask.row(y.at[j])[4 * static_cast<size_t>(x.at[i]) + 3]);
     return sum * (1.0f / 255.0f);
 }
@@ -82,7 +79,30 @@ f64 AM_pixelShare(f64 x, f64 begin, f64 end) {
     return std::max(0.0, std::min(x + 1, end) - std::max(x, begin));
 }
 
+void AM_ImageRotation::Weights::make(AM_Resampling choice) {
+    if (choice == made) return;
+    made = choice;
+    const bool nearest = choice == k_nearestNeighbour;
+    const i32 reach = static_cast<i32>(AM_filterReach(choice) + 0.5f);
+    count = nearest ? 1 : 2 * reach;
+    before = nearest ? 0 : reach - 1;
+    shift = nearest ? 0 : 0.5;
+    rounding = nearest ? 0 : 0.5;
+    for (i32 p = 0; p < k_phases; ++p) {
+        f32 sum = 0;
+        for (i32 k = 0; k < count; ++k) {
+            const f32 offset = static_cast<f32>(k - before) - static_cast<f32>(p) / k_phases;
+            phase[p][k] = nearest ? 1 : AM_filterWeight(choice, offset);
+            sum += phase[p][k];
+        }
+        for (i32 k = 0; k < count; ++k)
+            phase[p][k] /= sum;
+    }
+}
+
 void AM_ImageRotation::draw(const Job& job) {
+    weights.make(job.resampling);
+    maskWeights.make(k_bilinear);
     const f64 radians = job.angle * 0.017453292519943295;
     const f64 cosine = std::cos(radians);
     const f64 sine = std::sin(radians);
@@ -112,14 +132,14 @@ void AM_ImageRotation::draw(const Job& job) {
             const f64 imageX = localX / job.width;
             const f64 imageY = localY / job.height;
             if (share > 0 && !job.mask.isEmpty())
-                share *= static_cast<f64>(sampleAlpha(job.mask, imageX, imageY));
+                share *= static_cast<f64>(sampleAlpha(maskWeights, job.mask, imageX, imageY));
             cover[static_cast<size_t>(x - first)] = static_cast<u8>(share * 255 + 0.5);
             if (share <= 0) {
                 std::fill_n(pixel, 4, i16{0});
                 continue;
             }
-            const Taps across(job.resampling, imageX * job.image.width, job.image.width);
-            const Taps down(job.resampling, imageY * job.image.height, job.image.height);
+            const Taps across(weights, imageX * job.image.width, job.image.width);
+            const Taps down(weights, imageY * job.image.height, job.image.height);
             sample(job.image, across, down, pixel);
         }
         AM_PremultipliedRow::clamp(row.data(), last - first);

@@ -39,7 +39,26 @@ public:
     };
     void draw(const Job& job);
 
+    // The weights of a filter for places between two pixels.
+    static constexpr i32 k_maxTaps = 4;
+    static constexpr i32 k_phaseBits = 8;
+    static constexpr i32 k_phases = 1 << k_phaseBits;
+    struct Weights {
+        i32 count = 0;
+        i32 before = 0;   // pixels in front of the place, but one
+        f64 shift = 0;    // from an edge of a pixel to what is asked for
+        f64 rounding = 0; // to the nearest phase
+        f32 phase[k_phases][k_maxTaps] = {};
+
+        void make(AM_Resampling choice);
+
+    private:
+        i32 made = -1;
+    };
+
 private:
+    Weights weights;
+    Weights maskWeights;
     std::vector<i16> row;
     std::vector<u8> cover;
 };

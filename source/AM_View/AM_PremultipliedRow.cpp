@@ -105,6 +105,25 @@ bool blendFour(u8* target, const i16* row, u32 alpha, const u8* cover) {
     return true;
 }
 
+// Copies what is opaque from pixel `i` on, eight at a time; the first pixel behind it.
+i32 copySolid(u8* target, const i16* row, i32 i, i32 count) {
+    const __m128i full = _mm_set1_epi16(AM_PremultipliedRow::k_full);
+    for (; i + 8 <= count; i += 8) {
+        const i16* from = row + 4 * i;
+        const __m128i a = _mm_loadu_si128(vectors(from));
+        const __m128i b = _mm_loadu_si128(vectors(from + 8));
+        const __m128i c = _mm_loadu_si128(vectors(from + 16));
+        const __m128i d = _mm_loadu_si128(vectors(from + 24));
+        const __m128i all =
+            _mm_and_si128(_mm_and_si128(_mm_cmpeq_epi16(a, full), _mm_cmpeq_epi16(b, full)),
+                          _mm_and_si128(_mm_cmpeq_epi16(c, full), _mm_cmpeq_epi16(d, full)));
+        if ((_mm_movemask_epi8(all) & 0xc0c0) != 0xc0c0) break;
+        _mm_storeu_si128(vectors(target + 4 * i), toBytes(a, b));
+        _mm_storeu_si128(vectors(target + 4 * i + 16), toBytes(c, d));
+    }
+    return i;
+}
+
 // The same numbers as blendFour, so that a picture does not depend on where its parts begin.
 void blendOne(u8* target, const i16* pixel, u32 alpha, const u8* cover) {
     if (target[3] != 255) {
@@ -174,7 +193,9 @@ void blend(u8* target, const i16* row, i32 count, u32 alpha, const u8* cover, i3
         }
         return;
     }
+    const bool whole = alpha == 255 && !cover;
     for (i32 i = 0; i < count; i += 4) {
+        if (whole && (i & 7) == 0) i = copySolid(target, row, i, count);
         const i32 some = std::min(4, count - i);
         const u8* covers = cover ? cover + i : nullptr;
         if (some == 4 && blendFour(target + 4 * i, row + 4 * i, alpha, covers)) continue;

@@ -4,6 +4,7 @@
 #include "AM_PixelView.h"
 #include "AM_ResampleTaps.h"
 
+#include <emmintrin.h>
 #include <vector>
 
 // The part of a target, in whole pixels, that is asked for, and where in it the image lies.
@@ -33,7 +34,10 @@ private:
     using Row = std::vector<i16>;
 
     const i16* scaledRow(i32 sourceY);
-    void scaleAcross(const i16* source, i16* target) const;
+    __m128i pixelAcross(const i16* from, i32 x) const;
+    void scaleAcross(const i16* from, i16* target) const;
+    void scaleAcrossByTwo(const i16* from, i16* target) const;
+    void mixTwo(const i16* a, const i16* b, i32 weight);
     void combine(const i16* const* rows, const i16* weights, i32 count);
     void sum(const i16* const* rows, const i16* weights, i32 count);
     void finish();
@@ -41,7 +45,8 @@ private:
     AM_PixelView image;
     i32 width = 0;
     i32 top = 0;
-    i32 firstColumn = 0; // of the image, that any pixel needs
+    bool isPositive = true; // no weight is below 0
+    i32 firstColumn = 0;    // of the image, that any pixel needs
     i32 numColumns = 0;
     i32 numRows = 0; // of the work buffer
     size_t stride = 0;
