@@ -111,7 +111,8 @@ void AM_AGG_Context::addArc(AM_DevicePoint centre, f64 radius, f64 start, f64 en
     const f64 step = 2 * std::acos(1 - std::min(k_flatness / std::max(radius, 0.1), 0.2));
     constexpr f64 toRadians = std::numbers::pi / 180;
     const f64 sweep = (end - start) * toRadians;
-    const i32 count = std::clamp(static_cast<i32>(std::ceil(std::abs(sweep) / step)), 2, 2048);
+    const i32 count = static_cast<i32>(
+        std::clamp(std::ceil(std::abs(sweep) / std::max(step, 1e-6)), 2.0, 2048.0));
     for (i32 i = 0; i <= count; ++i) {
         const f64 angle = start * toRadians + sweep * i / count;
         addPoint({centre.x + radius * std::sin(angle), centre.y - radius * std::cos(angle)});
