@@ -73,10 +73,12 @@ AM_Graphic* AM_GraphicsList::findGraphic(const char* graphicName) const {
 }
 
 AM_Graphic* AM_GraphicsList::makeGraphic(const char* graphicName, i32 path, const char* type) {
-    if (AM_Graphic* const known = findGraphic(graphicName)) return known;
+    char kept[k_maxName]; // as the graphic will be called
+    AM_STD::copyText(kept, graphicName);
+    if (AM_Graphic* const known = kept[0] ? findGraphic(kept) : nullptr) return known;
     std::unique_ptr<AM_Graphic> made = createGraphic(type);
     if (!made) return nullptr;
-    made->setName(graphicName);
+    made->setName(kept);
     made->setThemeIndex(path);
     AM_Graphic* const graphic = made.get();
     return addGraphic(made.release()) ? graphic : nullptr;

@@ -16,6 +16,8 @@ namespace {
 constexpr f32 k_defaultSize = 100; // view units
 // What one shape may be asked to fill; more are device coordinates that no integer holds.
 constexpr f32 k_farAway = 1.0e6f;
+// Chords off by this many pixels leave a dot of two pixels its area to a hundredth.
+constexpr f32 k_tolerance = 0.005f;
 constexpr i64 k_maxScratch = 512 * 512; // pixels that wait for the next paint
 
 class Hash {
@@ -171,7 +173,8 @@ void AM_Shape::drawInRect(AM_Context* context, const AM_Rect& rect, f32 alpha, f
     if (!image) {
         // Too large to be kept: what shows of it is drawn at once.
         findColours();
-        paint({context, rect, clampValue(value), getUnit(rect), 1 / scale, 0.05f / scale, false});
+        paint({context, rect, clampValue(value), getUnit(rect), 1 / scale, k_tolerance / scale,
+               false});
         return;
     }
     image->data->draw(target, static_cast<i32>(std::floor(device.left)),
@@ -241,7 +244,7 @@ void AM_Shape::render(const AM_Rect& device, f32 value, Image* image) {
            value,
            key.unit,
            pixel,
-           0.05f * pixel,
+           k_tolerance * pixel,
            true});
     AM_PixelView pixels = scratch->getPixels();
     pixels.width = std::min(pixels.width, key.width);
