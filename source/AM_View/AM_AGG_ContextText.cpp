@@ -65,12 +65,16 @@ void AM_AGG_Context::drawText(const char* text, const AM_Rect& rect, i32 hAlign,
     if (!text || !*text || rect.isEmpty() || isClippedAway(rect)) return;
     AM_TextStyle style;
     if (!getStyle(&style)) return;
-    const char* shown = ellipsise(text, rect.width);
-    if (!*shown) return;
     AM_TextEngine& engine = AM_TextEngine::get();
     const AM_Rect device = toDevice(rect);
+    const char* shown = text;
+    f64 wide = engine.getWidth(style, text);
+    if (wide > device.width) {
+        shown = ellipsise(text, rect.width);
+        wide = engine.getWidth(style, shown);
+    }
     const AM_TextEngine::Metric metric = engine.getMetric(fontFile);
-    const f64 free = device.width - engine.getWidth(style, shown);
+    const f64 free = device.width - wide;
     const f64 x = device.left + free * std::clamp(hAlign, 0, 2) / 2;
     const f64 below = device.height - metric.height * style.size;
     const f64 baseline =

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <tuple>
 
 namespace {
@@ -211,19 +212,27 @@ void AM_ScanlineFiller::fillRow(i32 y, i32 left) {
 void AM_ScanlineFiller::emitRow(i32 y, const AM_PixelRect& clip, AM_ISpanSink& sink) {
     f32 sum = 0;
     const i32 end = std::min(lastChange + 1, clip.right - clip.left);
-    for (i32 x = firstChange; x < end; ++x) {
+    for (i32 x = firstChange; x < end;) {
         sum += changes[x];
-        covers[x] = static_cast<u8>(std::clamp(sum * 255 + 0.5f, 0.f, 255.f));
+        const u8 cover = static_cast<u8>(std::clamp(sum * 255 + 0.5f, 0.f, 255.f));
+        // Inside, nothing changes for long.
+        const i32 start = x++;
+        while (x < end && changes[x] == 0)
+            ++x;
+        std::memset(covers.data() + start, cover, static_cast<size_t>(x - start));
     }
     std::fill(changes.begin() + firstChange, changes.begin() + lastChange + 1, 0.f);
-    i32 x = firstChange;
-    while (x < end) {
-        while (x < end && covers[x] == 0)
-            ++x;
-        const i32 start = x;
-        while (x < end && covers[x] != 0)
-            ++x;
-        if (x > start) sink.span(clip.left + start, y, x - start, covers.data() + start);
+    const u8* first = covers.data() + firstChange;
+    const u8* const last = covers.data() + end;
+    while (first < last) {
+        first = std::find_if(first, last, [](u8 cover) { return cover != 0; });
+        if (first == last) return;
+        const auto* stop =
+            static_cast<const u8*>(std::memchr(first, 0, static_cast<size_t>(last - first)));
+        if (!stop) stop = last;
+        sink.span(clip.left + static_cast<i32>(first - covers.data()), y,
+                  static_cast<i32>(stop - first), first);
+        first = stop;
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace {
 // The order in which the pixels of a square of 8 by 8 are filled, in 256ths: each threshold is half
@@ -24,8 +25,16 @@ struct Dither {
 };
 constexpr Dither k_dither;
 
-u16 toStep(f32 channel) {
-    return static_cast<u16>(std::lround(std::clamp(channel, 0.f, 1.f) * (255 * 256)));
+u64 toStep(f32 channel) {
+    return static_cast<u64>(std::lround(std::clamp(channel, 0.f, 1.f) * (255 * 256)));
+}
+
+// Adds the threshold to each channel, and packs what is left above it.
+u32 dithered(u64 step, u32 threshold) {
+    u64 sum = step + threshold * u64(0x0001000100010001);
+    sum = sum >> 8 & u64(0x00ff00ff00ff00ff);
+    sum = (sum | sum >> 8) & u64(0x0000ffff0000ffff);
+    return static_cast<u32>(sum | sum >> 16);
 }
 } // namespace
 
@@ -48,7 +57,8 @@ AM_ScanlineGradient::AM_ScanlineGradient(const AM_Colour& colour, const Axis& ax
 
 void AM_ScanlineGradient::makeSteps(const std::vector<AM_Colour::Stop>& stops) {
     if (stops.empty()) {
-        std::fill(&steps[0][0], &steps[0][0] + k_steps * 4, u16(0));
+        std::fill(steps, steps + k_steps, 0);
+        opaque = false;
         return;
     }
     for (size_t i = 1; i < stops.size(); ++i)
@@ -62,40 +72,67 @@ void AM_ScanlineGradient::makeSteps(const std::vector<AM_Colour::Stop>& stops) {
         const AM_Colour::Stop& a = stops[above > 0 ? above - 1 : 0];
         const f32 distance = b.location - a.location;
         const f32 mix = distance > 0 ? std::clamp((at - a.location) / distance, 0.f, 1.f) : 0;
-        steps[i][0] = toStep(a.rgba.r + (b.rgba.r - a.rgba.r) * mix);
-        steps[i][1] = toStep(a.rgba.g + (b.rgba.g - a.rgba.g) * mix);
-        steps[i][2] = toStep(a.rgba.b + (b.rgba.b - a.rgba.b) * mix);
-        steps[i][3] = toStep(a.rgba.a + (b.rgba.a - a.rgba.a) * mix);
+        const auto channel = [mix](f32 from, f32 to) { return toStep(from + (to - from) * mix); };
+        const u64 alpha = channel(a.rgba.a, b.rgba.a);
+        steps[i] = channel(a.rgba.r, b.rgba.r) | channel(a.rgba.g, b.rgba.g) << 16 |
+                   channel(a.rgba.b, b.rgba.b) << 32 | alpha << 48;
+        opaque &= alpha == 255 * 256;
     }
 }
 
+// The same eight pixels again and again.
+void AM_ScanlineGradient::repeat(i32 x, i32 y, i32 count, u8* target, f64 at) const {
+    const u64 step = steps[static_cast<i32>(std::clamp(at, 0.0, k_steps - 1.0))];
+    u32 eight[8];
+    for (i32 i = 0; i < 8; ++i)
+        eight[i] = dithered(step, k_dither.row[y & 7][(x + i) & 7]);
+    i32 done = 0;
+    for (; done + 8 <= count; done += 8)
+        std::memcpy(target + done * 4, eight, sizeof eight);
+    std::memcpy(target + done * 4, eight, static_cast<size_t>(count - done) * 4);
+}
+
 void AM_ScanlineGradient::colour(i32 x, i32 y, i32 count, u8* target) const {
-    const u8* dither = k_dither.row[y & 7];
-    const auto put = [&](const u16* step, i32 i) {
-        const u32 add = dither[(x + i) & 7];
-        for (i32 c = 0; c < 4; ++c)
-            target[i * 4 + c] = static_cast<u8>((step[c] + add) >> 8);
-    };
-    f64 at = atOrigin + perX * x + perY * y;
-    if (perX == 0) { // the same eight pixels again and again
-        const u16* step = steps[static_cast<i32>(std::clamp(at + 0.5, 0.0, k_steps - 1.0))];
-        for (i32 i = 0; i < std::min(count, 8); ++i)
-            put(step, i);
-        for (i32 i = 32; i < count * 4; ++i)
-            target[i] = target[i - 32];
+    const f64 at = atOrigin + perX * x + perY * y + 0.5;
+    if (perX == 0) {
+        repeat(x, y, count, target, at);
         return;
     }
-    at += 0.5;
-    for (i32 i = 0; i < count; ++i)
-        put(steps[static_cast<i32>(std::clamp(at + perX * i, 0.0, k_steps - 1.0))], i);
+    const u8* dither = k_dither.row[y & 7];
+    // Fixed point; far outside it is held before, since a span has at most 8192 pixels.
+    constexpr f64 unit = 65536;
+    constexpr f64 limit = 1e12;
+    i64 place = static_cast<i64>(std::clamp(at, -limit, limit) * unit);
+    const i64 step = static_cast<i64>(std::clamp(perX * unit, -limit, limit));
+    constexpr i64 last = i64(k_steps) * 65536 - 1;
+    for (i32 i = 0; i < count; ++i, place += step) {
+        const u64 colour = steps[std::clamp<i64>(place, 0, last) >> 16];
+        const u32 word = dithered(colour, dither[(x + i) & 7]);
+        std::memcpy(target + i * 4, &word, 4);
+    }
 }
 
 void AM_ScanlineGradient::span(i32 x, i32 y, i32 count, const u8* covers) {
     u8 colours[k_block * 4];
     u8* row = pixels.row(y) + x * 4;
-    for (i32 done = 0; done < count; done += k_block) {
-        const i32 part = std::min(k_block, count - done);
-        colour(x + done, y, part, colours);
-        AM_blendColours(row + done * 4, part, colours, covers + done);
+    while (count > 0) {
+        // What is covered fully needs no blending if the gradient is opaque.
+        i32 part = 0;
+        if (opaque)
+            while (part < count && covers[part] == 255)
+                ++part;
+        if (part > 0) {
+            colour(x, y, part, row);
+        } else {
+            const i32 most = std::min(k_block, count);
+            while (part < most && !(opaque && covers[part] == 255))
+                ++part;
+            colour(x, y, part, colours);
+            AM_blendColours(row, part, colours, covers);
+        }
+        x += part;
+        row += part * 4;
+        covers += part;
+        count -= part;
     }
 }

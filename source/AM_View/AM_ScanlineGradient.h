@@ -25,11 +25,13 @@ private:
 
     void makeSteps(const std::vector<AM_Colour::Stop>& stops);
     void colour(i32 x, i32 y, i32 count, u8* target) const;
+    void repeat(i32 x, i32 y, i32 count, u8* target, f64 at) const;
 
     AM_PixelView pixels;
     bool inOrder = true;
+    bool opaque = true;
     f64 atOrigin = 0; // the step at pixel 0, 0, and what it gains to the right and downward
     f64 perX = 0;
     f64 perY = 0;
-    u16 steps[k_steps][4]; // 256ths of a byte's unit
+    u64 steps[k_steps]; // four channels of 16 bits each, in 256ths of a byte's unit
 };
