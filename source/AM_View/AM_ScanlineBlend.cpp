@@ -15,13 +15,24 @@ void blendStraight(u8* pixel, u32 r, u32 g, u32 b, u32 alpha) {
     pixel[3] = static_cast<u8>(AM_div255(sum));
 }
 
+// Two channels in each half of a word at a time, over an opaque pixel.
+void blendOpaque(u8* pixel, u32 colour, u32 alpha) {
+    constexpr u32 channels = 0x00ff00ff;
+    const u32 rest = 255 - alpha;
+    u32 word;
+    std::memcpy(&word, pixel, 4);
+    const auto mix = [=](u32 over, u32 under) {
+        const u32 sum = (over & channels) * alpha + (under & channels) * rest + 0x00800080;
+        return (sum + (sum >> 8 & channels)) >> 8 & channels;
+    };
+    word = mix(colour, word) | mix(colour >> 8, word >> 8) << 8;
+    std::memcpy(pixel, &word, 4);
+}
+
 void blendOne(u8* pixel, u32 r, u32 g, u32 b, u32 alpha) {
     if (alpha == 0) return;
     if (pixel[3] == 255) {
-        const u32 rest = 255 - alpha;
-        pixel[0] = static_cast<u8>(AM_div255(r * alpha + pixel[0] * rest));
-        pixel[1] = static_cast<u8>(AM_div255(g * alpha + pixel[1] * rest));
-        pixel[2] = static_cast<u8>(AM_div255(b * alpha + pixel[2] * rest));
+        blendOpaque(pixel, r | g << 8 | b << 16 | 0xff000000u, alpha);
         return;
     }
     blendStraight(pixel, r, g, b, alpha);

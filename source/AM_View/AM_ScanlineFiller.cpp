@@ -18,6 +18,18 @@ i32 toSub(f64 value) {
 i32 floorPixel(i32 sub) {
     return sub >= 0 ? sub / k_sub : -((-sub + k_sub - 1) / k_sub);
 }
+
+// The first place from `x` on where something is not 0, else `end`.
+i32 skipZeros(const f32* values, i32 x, i32 end) {
+    for (; x + 8 <= end; x += 8) {
+        u64 words[4];
+        std::memcpy(words, values + x, sizeof words);
+        if ((words[0] | words[1] | words[2] | words[3]) != 0) break;
+    }
+    while (x < end && values[x] == 0)
+        ++x;
+    return x;
+}
 } // namespace
 
 void AM_ScanlineFiller::begin() {
@@ -217,8 +229,7 @@ void AM_ScanlineFiller::emitRow(i32 y, const AM_PixelRect& clip, AM_ISpanSink& s
         const u8 cover = static_cast<u8>(std::clamp(sum * 255 + 0.5f, 0.f, 255.f));
         // Inside, nothing changes for long.
         const i32 start = x++;
-        while (x < end && changes[x] == 0)
-            ++x;
+        x = skipZeros(changes.data(), x, end);
         std::memset(covers.data() + start, cover, static_cast<size_t>(x - start));
     }
     std::fill(changes.begin() + firstChange, changes.begin() + lastChange + 1, 0.f);

@@ -36,6 +36,18 @@ u32 dithered(u64 step, u32 threshold) {
     sum = (sum | sum >> 8) & u64(0x0000ffff0000ffff);
     return static_cast<u32>(sum | sum >> 16);
 }
+
+i32 countFull(const u8* covers, i32 count) {
+    i32 full = 0;
+    for (; full + 8 <= count; full += 8) {
+        u64 eight;
+        std::memcpy(&eight, covers + full, sizeof eight);
+        if (eight != ~u64(0)) break;
+    }
+    while (full < count && covers[full] == 255)
+        ++full;
+    return full;
+}
 } // namespace
 
 AM_ScanlineGradient::AM_ScanlineGradient(const AM_Colour& colour, const Axis& axis,
@@ -118,9 +130,7 @@ void AM_ScanlineGradient::span(i32 x, i32 y, i32 count, const u8* covers) {
     while (count > 0) {
         // What is covered fully needs no blending if the gradient is opaque.
         i32 part = 0;
-        if (opaque)
-            while (part < count && covers[part] == 255)
-                ++part;
+        if (opaque) part = countFull(covers, count);
         if (part > 0) {
             colour(x, y, part, row);
         } else {
