@@ -33,7 +33,7 @@ const std::vector<Scene>& allScenes() {
     static const std::vector<Scene> scenes = [] {
         std::vector<Scene> all;
         for (const auto& theme : {lineScenes(), areaScenes(), textScenes(), layerScenes(),
-                                  pixelScenes(), filterScenes()})
+                                  pixelScenes(), filterScenes(), graphicScenes()})
             all.insert(all.end(), theme.begin(), theme.end());
         return all;
     }();

@@ -34,3 +34,4 @@ std::vector<Scene> textScenes();
 std::vector<Scene> layerScenes();
 std::vector<Scene> pixelScenes();
 std::vector<Scene> filterScenes();
+std::vector<Scene> graphicScenes();

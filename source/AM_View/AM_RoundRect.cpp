@@ -31,12 +31,7 @@ void AM_RoundRect::paintBox(const Canvas& canvas, const AM_Rect& rect, f32 band)
     const bool isOpaque = getColour(1).getRgba().a >= 1 && !getColour(1).isGradient();
     const f32 under = isOpaque ? edge / 2 : edge;
     canvas.fill(outline(under), getColour(0));
-    if (band > 0) {
-        AM_Rect strip = inset(under);
-        strip.height = std::min(strip.height, band - under);
-        const bool isWhole = strip.height >= inset(under).height;
-        canvas.fill(AM_ShapeOutline::roundRect(strip, radius - under, canvas.tolerance, !isWhole),
-                    getColour(2));
-    }
+    if (band > 0)
+        canvas.fill(AM_ShapeOutline::above(outline(under), rect.top + band), getColour(2));
     if (edge > 0) canvas.fill(AM_ShapeOutline::between(outline(0), outline(edge)), getColour(1));
 }

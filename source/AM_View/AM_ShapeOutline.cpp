@@ -62,25 +62,28 @@ AM_Path AM_ShapeOutline::ring(AM_Point centre, f32 inner, f32 outer, f32 start, 
     return path;
 }
 
-AM_Outline AM_ShapeOutline::roundRect(const AM_Rect& rect, f32 radius, f32 tolerance,
-                                      bool flatBottom) {
-    const f32 r = std::clamp(
-        radius, 0.0f,
-        std::max(std::min(rect.width / 2, flatBottom ? rect.height : rect.height / 2), 0.0f));
+AM_Outline AM_ShapeOutline::roundRect(const AM_Rect& rect, f32 radius, f32 tolerance) {
+    const f32 r = std::clamp(radius, 0.0f, std::max(std::min(rect.width, rect.height) / 2, 0.0f));
     const f32 left = rect.left + r, right = rect.right() - r, top = rect.top + r,
               bottom = rect.bottom() - r;
     AM_Outline outline;
-    const auto corner = [&](AM_Point centre, f32 angle, AM_Point square, bool isSquare) {
-        if (isSquare || r <= 0)
-            outline.push_back(square);
-        else
-            addArc(&outline, centre, r, angle, angle + 90, tolerance);
-    };
-    corner({left, top}, -90, {rect.left, rect.top}, false);
-    corner({right, top}, 0, {rect.right(), rect.top}, false);
-    corner({right, bottom}, 90, {rect.right(), rect.bottom()}, flatBottom);
-    corner({left, bottom}, 180, {rect.left, rect.bottom()}, flatBottom);
+    if (!(r > 0)) return {{left, top}, {right, top}, {right, bottom}, {left, bottom}};
+    addArc(&outline, {left, top}, r, -90, 0, tolerance);
+    addArc(&outline, {right, top}, r, 0, 90, tolerance);
+    addArc(&outline, {right, bottom}, r, 90, 180, tolerance);
+    addArc(&outline, {left, bottom}, r, 180, 270, tolerance);
     return outline;
+}
+
+AM_Outline AM_ShapeOutline::above(const AM_Outline& outline, f32 y) {
+    AM_Outline kept;
+    for (size_t i = 0; i < outline.size(); ++i) {
+        const AM_Point from = outline[i], to = outline[(i + 1) % outline.size()];
+        if (from.y <= y) kept.push_back(from);
+        if ((from.y <= y) != (to.y <= y))
+            kept.push_back({from.x + (to.x - from.x) * (y - from.y) / (to.y - from.y), y});
+    }
+    return kept;
 }
 
 AM_Path AM_ShapeOutline::between(AM_Outline outer, AM_Outline inner) {
