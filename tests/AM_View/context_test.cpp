@@ -476,3 +476,35 @@ TEST(Context, HostileArgumentsAreHarmless) {
     c.combine(nullptr);
     EXPECT_EQ(c.getPixels().width, 42);
 }
+
+// However many pixels go through a loop at once, each becomes what it would alone.
+TEST(Context, BlendsRunsAsSinglePixels) {
+    std::mt19937 random(11);
+    for (i32 round = 0; round < 400; ++round) {
+        const bool opaque = round % 2 == 0;
+        u8 run[67 * 4], covers[67], colours[67 * 4];
+        for (u8& byte : run)
+            byte = u8(random());
+        for (u8& byte : colours)
+            byte = u8(random());
+        for (i32 i = 0; i < 67; ++i) {
+            covers[i] = random() % 3 ? u8(random()) : random() % 2 ? 255 : 0;
+            if (opaque || random() % 4 == 0) run[i * 4 + 3] = 255;
+        }
+        const AM_Pixel colour{u8(random()), u8(random()), u8(random()),
+                              random() % 2 ? u8(255) : u8(random())};
+        for (i32 kind = 0; kind < 3; ++kind) {
+            std::vector<u8> alone(run, run + sizeof run), together = alone;
+            for (i32 i = 0; i < 67; ++i) {
+                const u8* c = colours + i * 4;
+                const AM_Pixel own{c[0], c[1], c[2], c[3]};
+                AM_blendPixel(&alone[size_t(i) * 4], kind == 2 ? own : colour,
+                              kind == 0 ? covers[0] : covers[i]);
+            }
+            if (kind == 0) AM_blendSolid(together.data(), 67, colour, covers[0]);
+            if (kind == 1) AM_blendCovered(together.data(), 67, colour, covers);
+            if (kind == 2) AM_blendColours(together.data(), 67, colours, covers);
+            ASSERT_EQ(alone, together) << round << ", " << kind;
+        }
+    }
+}

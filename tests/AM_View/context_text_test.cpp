@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <thread>
 
 namespace {
 const std::string k_veraFolder = "/usr/share/fonts/truetype/ttf-bitstream-vera/";
@@ -195,4 +196,19 @@ TEST(ContextText, FontsAreFoundInOrder) {
     EXPECT_EQ(log.count("no glyph..."), 1);
     AM_TextFonts::setFolders({});
     std::filesystem::remove_all(folder);
+}
+
+TEST(ContextText, EditorsOnTwoThreadsShareTheFonts) {
+    const auto draw = [](f32 scale) {
+        f64 sum = 0;
+        for (i32 i = 0; i < 40; ++i)
+            sum += drawn("Hall", {3, 3, 150, 30}, i % 3, 1, scale, i % 2, f32(8 + i % 7)).sum;
+        return sum;
+    };
+    const f64 one = draw(1), two = draw(2);
+    f64 same = 0;
+    std::thread other([&] { same = draw(2); });
+    EXPECT_EQ(draw(1), one);
+    other.join();
+    EXPECT_EQ(same, two);
 }
