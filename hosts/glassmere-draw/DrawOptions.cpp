@@ -35,6 +35,7 @@ DrawOptions parseDrawOptions(std::vector<std::string> arguments) {
     app.add_option("--sheet", options.sheet, "PNG file of all scenes side by side");
     app.add_option("--resources", options.resources, "folder whose \"Fonts\" come first");
     app.add_flag("--list", options.list, "print the scenes");
+    app.add_flag("--log", options.log, "tell on standard error what the editor's code logs");
     try {
         std::reverse(arguments.begin(), arguments.end());
         app.parse(arguments);

@@ -13,6 +13,7 @@ struct DrawOptions {
     std::string resources; // a folder with "Fonts", "" for none
     f32 scale = 1;         // 0.1 to 8
     bool list = false;
+    bool log = false;
     std::string help;  // what to print instead of anything else
     std::string wrong; // what is wrong with the command line, empty if nothing
 };

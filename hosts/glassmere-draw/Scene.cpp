@@ -7,25 +7,31 @@ constexpr f32 k_sheetWidth = 1010;
 constexpr f32 k_gap = 10;
 constexpr f32 k_caption = 18;
 
-struct Place {
-    f32 left;
-    f32 top;
-};
+bool overlap(const AM_Rect& a, const AM_Rect& b) {
+    return a.left < b.right() && b.left < a.right();
+}
 
-// Row by row, each as high as its highest scene; returns the height of all.
-f32 arrange(const std::vector<Scene>& scenes, std::vector<Place>& places) {
-    f32 x = k_gap, y = k_gap, row = 0;
+// Each where it comes highest, then most to the left; returns where the lowest ends.
+f32 arrange(const std::vector<Scene>& scenes, std::vector<AM_Rect>& places) {
+    f32 end = 0;
     for (const Scene& scene : scenes) {
-        if (x > k_gap && x + scene.width + k_gap > k_sheetWidth) {
-            x = k_gap;
-            y += row + k_caption + k_gap;
-            row = 0;
+        std::vector<f32> lefts = {0};
+        for (const AM_Rect& place : places)
+            lefts.push_back(place.right());
+        AM_Rect best;
+        for (const f32 left : lefts) {
+            AM_Rect place{left, 0, scene.width + k_gap, scene.height + k_caption + k_gap};
+            if (left > 0 && place.right() + k_gap > k_sheetWidth) continue;
+            for (const AM_Rect& other : places)
+                if (overlap(place, other)) place.top = std::max(place.top, other.bottom());
+            const bool higher = place.top < best.top;
+            if (best.isEmpty() || higher || (place.top == best.top && place.left < best.left))
+                best = place;
         }
-        places.push_back({x, y});
-        x += scene.width + k_gap;
-        row = std::max(row, scene.height);
+        places.push_back(best);
+        end = std::max(end, best.bottom());
     }
-    return y + row + k_caption + k_gap;
+    return end + k_gap;
 }
 } // namespace
 
@@ -55,18 +61,18 @@ std::unique_ptr<AM_AGG_Context> drawScene(const Scene& scene, f32 scale) {
 }
 
 std::unique_ptr<AM_AGG_Context> drawSheet(const std::vector<Scene>& scenes, f32 scale) {
-    std::vector<Place> places;
+    std::vector<AM_Rect> places;
     const f32 height = arrange(scenes, places);
     auto sheet = std::make_unique<AM_AGG_Context>(k_sheetWidth, height, scale, true);
     sheet->clear(0x14161aff);
     sheet->setRGBA(0x9aa0a8ff);
     sheet->setFontSize(10);
     for (size_t i = 0; i < scenes.size(); ++i) {
-        const auto [x, y] = places[i];
-        const AM_Rect rect{x, y, scenes[i].width, scenes[i].height};
+        const AM_Rect rect{places[i].left + k_gap, places[i].top + k_gap, scenes[i].width,
+                           scenes[i].height};
         sheet->drawOffscreen(drawScene(scenes[i], scale).get(), rect, 1);
-        sheet->drawText(scenes[i].name, {x, rect.bottom(), rect.width, k_caption}, k_alignStart,
-                        k_alignCentre);
+        sheet->drawText(scenes[i].name, {rect.left, rect.bottom(), rect.width, k_caption},
+                        k_alignStart, k_alignCentre);
     }
     return sheet;
 }

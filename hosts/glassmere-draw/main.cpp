@@ -12,15 +12,18 @@
 namespace {
 class LogToError : public AM_LogSink {
 public:
-    LogToError() { AM_setLogSink(this); }
+    explicit LogToError(bool loud) : loud(loud) { AM_setLogSink(this); }
     ~LogToError() override { AM_setLogSink(nullptr); }
     void writeLine(std::string_view line) override {
-        std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+        if (loud) std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
     }
+
+private:
+    bool loud;
 };
 
 void run(const DrawOptions& options) {
-    LogToError log;
+    LogToError log(options.log);
     if (!options.resources.empty()) AM_TextFonts::setFolders({options.resources});
     if (options.list)
         for (const Scene& scene : allScenes())
