@@ -7,6 +7,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -218,4 +219,38 @@ TEST(PixelFilters, noiseIsEvenStableAndWithinItsAmount) {
     }
     EXPECT_NEAR(std::sqrt(power / 65535), 64 / std::sqrt(12), 0.5);
     EXPECT_LT(std::abs(neighbours / power), 0.02);
+}
+
+TEST(PixelOps, standUpToAnySizeAndNumber) {
+    const f32 inf = std::numeric_limits<f32>::infinity();
+    for (const auto& [width, height] : {std::pair{1, 1}, {1, 67}, {130, 1}, {17, 3}})
+        for (const f32 x : {-inf, -1e9f, 0.5f, 3.7f, 300.0f, inf, inf - inf}) {
+            PixelBuffer buffer(width, height);
+            buffer.fillRandom(9);
+            PixelBuffer other(3, 40);
+            other.fillRandom(8);
+            const AM_PixelView nothing;
+            for (const AM_PixelView& view : {buffer.view(), nothing})
+                for (const AM_PixelView& source : {other.view(), view, nothing}) {
+                    AM_PixelOps::gaussBlur(view, x);
+                    AM_PixelOps::blurX(view, x);
+                    AM_PixelOps::blurY(view, x);
+                    AM_PixelOps::brightnessContrast(view, x, x);
+                    AM_PixelOps::gammaCorrect(view, x);
+                    AM_PixelOps::saturate(view, x, x, x);
+                    AM_PixelOps::noise(view, x);
+                    AM_PixelOps::tint(view, {x, x, x, 1}, x, -7);
+                    AM_PixelOps::blend(view, source, x, 99);
+                    AM_PixelOps::blendAdd(view, source, x);
+                    AM_PixelOps::mask(view, source);
+                    AM_PixelOps::clearRect(view, 2147483647, -5, 2147483647, 2147483647);
+                }
+            AM_PixelOps::clearRect(buffer.view(), -2147483647, 0, 2147483647, 1);
+            const PixelBuffer before = buffer;
+            AM_PixelOps::clearRect(buffer.view(), 0, 0, -3, 1);
+            EXPECT_EQ(buffer.pixels, before.pixels);
+            AM_PixelOps::combine(buffer.view(), nothing);
+            AM_PixelOps::clear(buffer.view(), 0x01020304);
+            EXPECT_EQ(buffer.at(width - 1, height - 1), (Pixel{1, 2, 3, 4}));
+        }
 }
