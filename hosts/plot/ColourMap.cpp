@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <numbers>
 
 namespace {
@@ -9,7 +10,12 @@ constexpr f64 k_darkest = 0.17; // lightness
 constexpr f64 k_lightest = 0.97;
 constexpr f64 k_firstHue = 275; // degrees
 constexpr f64 k_lastHue = 100;
-constexpr f64 k_mostChroma = 0.125;
+// Share of the way and chroma. Little at the dark end, so that silence is quiet; a screen has
+// little of a dark teal too, and a chroma that ran along that limit would show a crease behind it.
+constexpr f64 k_chroma[][2] = {{0, 0.03},     {0.12, 0.072}, {0.3, 0.072}, {0.5, 0.092},
+                               {0.75, 0.125}, {0.9, 0.12},   {1, 0.06}};
+
+using ColourMap = std::array<std::array<u8, 3>, k_numLevelColours>;
 
 using Linear = std::array<f64, 3>;
 
@@ -25,8 +31,13 @@ Linear toLinear(f64 lightness, f64 chroma, f64 hue) {
             -0.0041960863 * l - 0.7034186147 * m + 1.7076147010 * s};
 }
 
-bool isOnScreen(const Linear& colour) {
-    return std::all_of(colour.begin(), colour.end(), [](f64 c) { return c >= 0 && c <= 1; });
+f64 chromaAt(f64 part) {
+    for (size_t i = 1; i < std::size(k_chroma); ++i) {
+        const auto& [from, low] = k_chroma[i - 1];
+        const auto& [to, high] = k_chroma[i];
+        if (part <= to) return low + (part - from) / (to - from) * (high - low);
+    }
+    return k_chroma[std::size(k_chroma) - 1][1];
 }
 
 u8 toByte(f64 linear) {
@@ -41,18 +52,15 @@ ColourMap makeLevelColours() {
         const f64 part = static_cast<f64>(i) / (static_cast<f64>(map.size()) - 1);
         const f64 lightness = k_darkest + part * (k_lightest - k_darkest);
         const f64 hue = k_firstHue + part * (k_lastHue - k_firstHue);
-        // Little colour at the dark end, so that silence is quiet.
-        f64 chroma = k_mostChroma * std::min(1.0, 0.25 + 2.5 * part);
-        while (chroma > 0 && !isOnScreen(toLinear(lightness, chroma, hue)))
-            chroma -= 0.001;
-        const Linear colour = toLinear(lightness, std::max(chroma, 0.0), hue);
+        const Linear colour = toLinear(lightness, chromaAt(part), hue);
         map[i] = {toByte(colour[0]), toByte(colour[1]), toByte(colour[2])};
     }
     return map;
 }
 } // namespace
 
-const ColourMap& getLevelColours() {
+const std::array<u8, 3>& getLevelColour(f64 share) {
     static const ColourMap map = makeLevelColours();
-    return map;
+    const f64 place = std::clamp(share, 0.0, 1.0) * static_cast<f64>(map.size() - 1);
+    return map[static_cast<size_t>(place + 0.5)];
 }

@@ -74,8 +74,8 @@ std::vector<PlotTick> findTimeTicks(f64 from, f64 to, i32 most) {
     const RoundSteps steps = findRoundSteps(from / unit, to / unit, most);
     std::vector<PlotTick> ticks;
     for (const f64 value : steps.values)
-        ticks.push_back(
-            {value * unit, numberText(value, steps.decimals) + (inMilliseconds ? " ms" : " s")});
+        ticks.push_back({value * unit, numberText(value, value == 0 ? 0 : steps.decimals) +
+                                           (inMilliseconds ? " ms" : " s")});
     return ticks;
 }
 

@@ -23,16 +23,21 @@ void PlotPanel::fillGround() const {
     context.fillRect(area);
 }
 
-void PlotPanel::drawHeading(const std::string& text) const {
-    drawText(text, {area.left, area.top - 7 - k_lineHeight, area.width, k_lineHeight},
-             k_headingSize, k_heading, k_alignStart, k_alignEnd);
+void PlotPanel::drawHeading(const std::string& text, const std::string& remark) const {
+    const AM_Rect line{area.left, area.top - 7 - k_lineHeight, area.width, k_lineHeight};
+    drawText(text, line, k_headingSize, k_heading, k_alignStart, k_alignEnd);
+    const f32 used = std::ceil(context.getTextWidth(text.c_str())) + 10;
+    // The same size, so that both stand on one line.
+    drawText(remark, {line.left + used, line.top, line.width - used, line.height}, k_headingSize,
+             k_remark, k_alignStart, k_alignEnd);
 }
 
 void PlotPanel::drawVerticalGrid(const PlotAxis& axis, const std::vector<PlotTick>& ticks,
                                  u32 colour) const {
-    context.setRGBA(colour);
     context.setLineWidth(1);
     for (const PlotTick& tick : ticks) {
+        const u32 alpha = colour & 0xff;
+        context.setRGBA((colour & ~0xffu) | (tick.label.empty() ? alpha / 2 : alpha));
         const f32 x = sharp(axis.place(tick.value));
         if (x > area.left + 1 && x < area.right() - 1)
             context.drawLine({x, area.top}, {x, area.bottom()});
@@ -41,9 +46,10 @@ void PlotPanel::drawVerticalGrid(const PlotAxis& axis, const std::vector<PlotTic
 
 void PlotPanel::drawHorizontalGrid(const PlotAxis& axis, const std::vector<PlotTick>& ticks,
                                    u32 colour) const {
-    context.setRGBA(colour);
     context.setLineWidth(1);
     for (const PlotTick& tick : ticks) {
+        const u32 alpha = colour & 0xff;
+        context.setRGBA((colour & ~0xffu) | (tick.label.empty() ? alpha / 2 : alpha));
         const f32 y = sharp(axis.place(tick.value));
         if (y > area.top + 1 && y < area.bottom() - 1)
             context.drawLine({area.left, y}, {area.right(), y});

@@ -22,9 +22,9 @@ public:
     }
 
     void fillGround() const;
-    // Above the area, left and right.
-    void drawHeading(const std::string& text) const;
-    // Lines across the area at the ticks.
+    // Above the area; what the panel shows, and how.
+    void drawHeading(const std::string& text, const std::string& remark) const;
+    // Lines across the area at the ticks, fainter where these have no label.
     void drawVerticalGrid(const PlotAxis& axis, const std::vector<PlotTick>& ticks,
                           u32 colour) const;
     void drawHorizontalGrid(const PlotAxis& axis, const std::vector<PlotTick>& ticks,

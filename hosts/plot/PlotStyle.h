@@ -9,6 +9,7 @@ inline constexpr u32 k_panel = 0x0b1014ff;  // behind curves
 inline constexpr u32 k_grid = 0x1d262eff;
 inline constexpr u32 k_gridOverColours = 0xffffff1c;
 inline constexpr u32 k_tickText = 0x8796a2ff;
+inline constexpr u32 k_remark = 0x66747fff;
 inline constexpr u32 k_heading = 0xc3ced6ff;
 inline constexpr u32 k_title = 0xf2f6f8ff;
 inline constexpr u32 k_curve = 0x63d2c1ff;

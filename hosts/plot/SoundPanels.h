@@ -1,6 +1,7 @@
 // The four panels of a sound's picture, each with its analysis.
 #pragma once
 
+#include "EnergyDecay.h"
 #include "PlotPanel.h"
 #include "SoundPlot.h"
 
@@ -13,7 +14,8 @@ struct SoundPicture {
     DecayCurve curve;
     f64 tailStart = 0; // s
     DecayTime decay;
-    std::vector<PlotTick> timeTicks; // of the whole sound
+    SoundView shown;                 // without what is too soft to be seen at the end
+    std::vector<PlotTick> timeTicks; // of that
 };
 
 // At the same width, so that times stand below each other; only the second has labels of them.

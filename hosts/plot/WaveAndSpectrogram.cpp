@@ -41,16 +41,15 @@ void drawChannel(const SoundPicture& picture, const PlotPanel& panel, size_t cha
     AM_Context& context = picture.context;
     const AM_Rect area = panel.getArea();
     const PlotAxis axis = panel.vertical(-limit, limit);
-    const SoundView& sound = picture.plot.sound;
+    const SoundView& sound = picture.shown;
     const i32 count = static_cast<i32>(area.width * context.getScale());
     const std::vector<EnvelopeColumn> columns =
         findEnvelope(sound.channels[channel].first(sound.frames()), count);
-    // The largest round value that both halves hold, apart from its neighbour's.
-    const RoundSteps steps = findRoundSteps(0, limit * 0.9, 1);
-    const f64 round = steps.values.size() > 1 ? steps.values[1] : limit / 2;
-    const std::vector<PlotTick> ticks = {{round, numberText(round, steps.decimals)},
-                                         {0, "0"},
-                                         {-round, numberText(-round, steps.decimals)}};
+    // A round value between 0.3 and 0.75 of the limit, whose label is clear of its neighbours.
+    const RoundSteps steps = findRoundSteps(0, 0.3 * limit, 1);
+    std::vector<PlotTick> ticks;
+    for (const f64 value : {-steps.step, 0.0, steps.step})
+        ticks.push_back({value, value == 0 ? "0" : numberText(value, steps.decimals)});
     panel.fillGround();
     panel.drawVerticalGrid(panel.horizontal(0, sound.seconds()), picture.timeTicks, k_grid);
     panel.drawHorizontalGrid(axis, ticks, k_grid);
@@ -59,8 +58,8 @@ void drawChannel(const SoundPicture& picture, const PlotPanel& panel, size_t cha
     context.setRGBA(k_waveRms);
     fillEnvelope(context, columns, panel, axis, true);
     panel.drawLabelsLeft(axis, ticks);
-    panel.drawText(label, {area.right() - 40, area.top + 5, 31, 16}, k_tickSize, k_tickText,
-                   k_alignEnd, k_alignStart);
+    panel.drawText(label, {area.left - 64, area.top, 16, area.height}, k_tickSize, k_remark,
+                   k_alignStart, k_alignCentre);
 }
 
 SpectrogramShape chooseShape(const SoundView& sound, i32 columns, i32 rows) {
@@ -78,12 +77,15 @@ SpectrogramShape chooseShape(const SoundView& sound, i32 columns, i32 rows) {
 void drawScale(const SoundPicture& picture, const PlotPanel& panel, f64 top) {
     AM_Context& context = picture.context;
     const AM_Rect area = panel.getArea();
-    const f32 labelWidth = 60;
-    const AM_Rect scale{area.right() - labelWidth - k_scaleWidth, area.top - 20, k_scaleWidth,
+    const std::string high = numberText(top, 0) + " dB";
+    context.setFontSize(k_tickSize);
+    const f32 labelWidth = std::ceil(context.getTextWidth(high.c_str())) + 1;
+    const AM_Rect scale{area.right() - labelWidth - 8 - k_scaleWidth, area.top - 20, k_scaleWidth,
                         k_scaleHeight};
-    const ColourMap& colours = getLevelColours();
+    context.setRGBA(k_remark);
+    context.strokeRect({scale.left - 0.5f, scale.top - 0.5f, scale.width + 1, scale.height + 1}, 1);
     for (f32 x = 0; x < scale.width; ++x) {
-        const auto& c = colours[static_cast<size_t>(x / (scale.width - 1) * 255)];
+        const auto& c = getLevelColour((x + 0.5) / scale.width);
         context.setRGBAF(static_cast<f32>(c[0]) / 255, static_cast<f32>(c[1]) / 255,
                          static_cast<f32>(c[2]) / 255, 1);
         context.fillRect({scale.left + x, scale.top, 1, scale.height});
@@ -91,17 +93,16 @@ void drawScale(const SoundPicture& picture, const PlotPanel& panel, f64 top) {
     const AM_Rect line{scale.left - 70, scale.top + scale.height / 2 - 9, 62, 18};
     panel.drawText(numberText(top - k_levelRange, 0) + " dB", line, k_tickSize, k_tickText,
                    k_alignEnd, k_alignCentre);
-    panel.drawText(numberText(top, 0) + " dB", {scale.right() + 8, line.top, labelWidth - 8, 18},
-                   k_tickSize, k_tickText, k_alignStart, k_alignCentre);
+    panel.drawText(high, {scale.right() + 8, line.top, labelWidth, 18}, k_tickSize, k_tickText,
+                   k_alignStart, k_alignCentre);
 }
 
 void drawLevels(AM_Context& context, const Spectrogram& levels, const AM_Rect& area, f64 top) {
-    const ColourMap& colours = getLevelColours();
     std::vector<u8> pixels(levels.level.size() * 4, 255);
     for (i32 y = 0; y < levels.rows; ++y)
         for (i32 x = 0; x < levels.columns; ++x) {
             const f64 share = 1 + (levels.at(x, levels.rows - 1 - y) - top) / k_levelRange;
-            const auto& colour = colours[static_cast<size_t>(std::clamp(share, 0.0, 1.0) * 255)];
+            const auto& colour = getLevelColour(share);
             std::copy(colour.begin(), colour.end(),
                       pixels.begin() + 4 * (static_cast<i64>(y) * levels.columns + x));
         }
@@ -112,14 +113,14 @@ void drawLevels(AM_Context& context, const Spectrogram& levels, const AM_Rect& a
 } // namespace
 
 void drawWaveform(const SoundPicture& picture, const AM_Rect& area) {
-    const SoundView& sound = picture.plot.sound;
+    const SoundView& sound = picture.shown;
     const size_t shown = std::min<size_t>(sound.channels.size(), 2);
     f64 limit = 0;
     for (size_t channel = 0; channel < shown; ++channel)
         for (const EnvelopeColumn& column :
              findEnvelope(sound.channels[channel].first(sound.frames()), 1))
             limit = std::max({limit, std::fabs(f64(column.low)), std::fabs(f64(column.high))});
-    PlotPanel(picture.context, area).drawHeading("Waveform");
+    PlotPanel(picture.context, area).drawHeading("Waveform", "peak and RMS");
     const f32 height = (area.height + k_channelGap) / static_cast<f32>(std::max<size_t>(shown, 1));
     for (size_t channel = 0; channel < shown; ++channel) {
         const AM_Rect part{area.left, area.top + static_cast<f32>(channel) * height, area.width,
@@ -134,7 +135,7 @@ void drawWaveform(const SoundPicture& picture, const AM_Rect& area) {
 
 void drawSpectrogram(const SoundPicture& picture, const AM_Rect& area) {
     const PlotPanel panel(picture.context, area);
-    const SoundView& sound = picture.plot.sound;
+    const SoundView& sound = picture.shown;
     const f32 scale = picture.context.getScale();
     const SpectrogramShape shape = chooseShape(sound, static_cast<i32>(area.width * scale),
                                                static_cast<i32>(area.height * scale));
@@ -151,6 +152,6 @@ void drawSpectrogram(const SoundPicture& picture, const AM_Rect& area) {
     panel.drawVerticalGrid(time, picture.timeTicks, k_gridOverColours);
     panel.drawLabelsLeft(frequency, decades);
     panel.drawLabelsBelow(time, picture.timeTicks);
-    panel.drawHeading("Spectrogram");
+    panel.drawHeading("Spectrogram", "a sine of full scale is 0 dB");
     drawScale(picture, panel, top);
 }

@@ -42,15 +42,21 @@ std::vector<u8> encode(const std::string& file, const AM_PixelView& pixels) {
     image.width = static_cast<png_uint_32>(pixels.width);
     image.height = static_cast<png_uint_32>(pixels.height);
     image.format = opaque ? PNG_FORMAT_RGB : PNG_FORMAT_RGBA;
-    std::vector<u8> bytes(PNG_IMAGE_PNG_SIZE_MAX(image));
-    png_alloc_size_t size = bytes.size();
-    if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, buffer, stride, nullptr)) {
-        const std::string why = image.message;
-        png_image_free(&image);
-        fail(file, why);
+    std::vector<u8> smallest;
+    // Rows as they are suit few colours, the difference to their neighbours suits many.
+    for (const png_uint_32 plainRows : {png_uint_32(0), png_uint_32(PNG_IMAGE_FLAG_FAST)}) {
+        image.flags = plainRows;
+        std::vector<u8> bytes(PNG_IMAGE_PNG_SIZE_MAX(image));
+        png_alloc_size_t size = bytes.size();
+        if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, buffer, stride, nullptr)) {
+            const std::string why = image.message;
+            png_image_free(&image);
+            fail(file, why);
+        }
+        bytes.resize(size);
+        if (smallest.empty() || size < smallest.size()) smallest.swap(bytes);
     }
-    bytes.resize(size);
-    return bytes;
+    return smallest;
 }
 } // namespace
 
