@@ -47,6 +47,12 @@ AM_Property boolRow(const char* name, bool* value) {
     return row;
 }
 
+// The boxes of that blur are as wide, by their variance, as the view units' are.
+f32 gaussInPixels(f32 gauss, f32 scale) {
+    const f32 width = 2 * gauss - 1;
+    return (1 + std::sqrt(1 + scale * scale * (width * width - 1))) / 2;
+}
+
 AM_PixelView pixelsOf(AM_Context* context) {
     return context ? context->getPixels() : AM_PixelView{};
 }
@@ -131,7 +137,7 @@ void AM_View_StandardFilter::applyFilter(AM_Context* context) {
     if (brightness != 0 || contrast != 0) context->brightnessContrast(brightness, contrast);
     if (gamma != 1) context->gammaCorrect(gamma);
     if (hue != 0 || saturation != 0 || value != 0) context->saturate(hue, saturation, value);
-    if (gauss > 1) context->gaussBlur(1 + (gauss - 1) * context->getScale());
+    if (gauss > 1) context->gaussBlur(gaussInPixels(gauss, context->getScale()));
     if (noise > 0) context->noise(noise);
     const AM_Colour* overlay = getColour(0);
     if (overlay) context->tint(overlay->getRgba(), 1, blendMode);

@@ -239,3 +239,28 @@ TEST(Filters, standUpToNothingAndToNonsense) {
     }
     EXPECT_TRUE(log.has("has no property absent"));
 }
+
+TEST(Filters, lookTheSameAtEveryScale) {
+    AM_View_Shadow shadow;
+    shadow.setProperty("inside", 0, "NO");
+    shadow.setProperty("blur", 0, "0.7");
+    AM_View_StandardFilter standard;
+    standard.setProperty("gauss", 0, "4.5");
+    AM_View_PNoise noise;
+    noise.setProperty("Octaves", 0, "3");
+    for (AM_ViewFilter* filter :
+         std::initializer_list<AM_ViewFilter*>{&shadow, &standard, &noise}) {
+        const auto small = filtered(*filter);
+        const auto large = makePane(3);
+        filter->applyFilter(large.get());
+        f64 difference = 0;
+        for (i32 y = 0; y < 40; ++y)
+            for (i32 x = 0; x < 40; ++x)
+                for (i32 c = 1; c < 4; c += 2) // green, as far as it shows, and alpha
+                    difference += std::abs(pixelAt(*small, x, y)[c] * pixelAt(*small, x, y)[3] -
+                                           pixelAt(*large, 3 * x + 1, 3 * y + 1)[c] *
+                                               pixelAt(*large, 3 * x + 1, 3 * y + 1)[3]) /
+                                  255.0;
+        EXPECT_LT(difference / 3200, 1.5) << filter->getName();
+    }
+}
