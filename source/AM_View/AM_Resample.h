@@ -14,10 +14,9 @@
 // an image's pixel stays the middle of what becomes of it: nothing is shifted.
 //
 // Reduced images are averaged over all that falls on a pixel, except by nearest neighbour. Cubic is
-// the smooth B-spline. Without rotation the two-pass choices give what the one-pass ones give,
-// since all scale by rows; rotated images are sampled at once by the one-pass choices, unless they
-// are reduced, while the two-pass ones scale first, horizontally and then vertically, and rotate
-// the result.
+// the smooth B-spline. Without rotation the two-pass choices give what the one-pass ones give:
+// all scale by rows. Rotated images are sampled at once by the one-pass choices, unless they are
+// reduced; the two-pass ones scale first, horizontally and then vertically, and turn the result.
 //
 // One thread at a time for each of these; it keeps its work buffers from call to call.
 class AM_Resampler {
