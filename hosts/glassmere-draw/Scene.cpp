@@ -3,7 +3,7 @@
 #include <algorithm>
 
 namespace {
-constexpr f32 k_sheetWidth = 1010;
+constexpr f32 k_sheetWidth = 1330;
 constexpr f32 k_gap = 10;
 constexpr f32 k_caption = 18;
 

@@ -5,6 +5,7 @@
 #include "AM_PixelOps.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace {
 AM_PixelView pixelsOf(AM_Context* context) {
@@ -113,6 +114,12 @@ void AM_AGG_Context::drawGraphic(AM_Graphic* graphic, const AM_Rect& rect, f32 v
 
 void AM_AGG_Context::drawImage(const AM_PixelView& image, const AM_ImagePlacement& placement) {
     if (image.isEmpty() || pixelClip.isEmpty() || !AM_isFinite(placement.target)) return;
+    const auto isOwn = [this](const AM_PixelView& view) {
+        const std::less<const u8*> before;
+        return !before(view.pixels, pixels.pixels) &&
+               before(view.pixels, pixels.pixels + size_t(pixels.rowBytes) * pixels.height);
+    };
+    if (isOwn(image) || (placement.mask && isOwn(*placement.mask))) return;
     AM_ImagePlacement how = placement;
     how.target = toDevice(placement.target);
     tools->resampler.draw(pixels,

@@ -220,6 +220,6 @@ public:
     // 'Graphic is NULL' in the log for null.
     virtual void drawGraphic(AM_Graphic* graphic, const AM_Rect& rect, f32 value, f32 alpha) = 0;
     // Pixels that are drawn at their own size (in device pixels) where the target has it, else
-    // resampled.
+    // resampled. Nothing is drawn of the context's own pixels.
     virtual void drawImage(const AM_PixelView& image, const AM_ImagePlacement& placement) = 0;
 };

@@ -11,6 +11,8 @@
 #include <cmath>
 #include <map>
 #include <mutex>
+#include <set>
+#include <tuple>
 
 namespace {
 using Engine = agg::font_engine_freetype_int32;
@@ -108,9 +110,15 @@ AM_TextCharacter AM_nextCharacter(const char* text) {
 }
 
 struct AM_TextEngine::Parts {
+    // Anti-Grain's pools must not overflow: they would copy over themselves.
+    static constexpr u32 k_maxStyles = 96;
+    struct Fonts {
+        Engine engine{k_maxStyles + 1};
+        Cache cache{engine, k_maxStyles + 1};
+        std::set<std::tuple<std::string, f64, bool>> styles;
+    };
     std::mutex mutex;
-    Engine engine;
-    Cache cache{engine};
+    std::unique_ptr<Fonts> fonts = std::make_unique<Fonts>();
     AM_TextGlyphs glyphs;
     AM_AggRaster raster;
     AM_TextStyle current;
@@ -133,6 +141,9 @@ bool AM_TextEngine::Parts::select(const AM_TextStyle& wanted) {
     if (loaded && current.size == style.size && current.smooth == style.smooth &&
         current.file == style.file)
         return true;
+    fonts->styles.insert({style.file, style.size, style.smooth});
+    if (fonts->styles.size() > k_maxStyles) fonts = std::make_unique<Fonts>();
+    Engine& engine = fonts->engine;
     loaded = !style.file.empty() && engine.load_font(style.file.c_str(), 0, agg::glyph_ren_outline);
     if (!loaded) return false;
     current = style;
@@ -149,7 +160,7 @@ AM_TextGlyph& AM_TextEngine::Parts::glyph(AM_TextGlyphs::Glyphs& known, u32 code
     const auto [entry, isNew] = known.try_emplace(code);
     AM_TextGlyph& glyph = entry->second;
     if (!isNew) return glyph;
-    const agg::glyph_cache* found = cache.glyph(code);
+    const agg::glyph_cache* found = fonts->cache.glyph(code);
     if (!found) return glyph;
     glyph.index = found->glyph_index;
     glyph.advance = found->advance_x;
@@ -161,10 +172,10 @@ AM_TextGlyph& AM_TextEngine::Parts::glyph(AM_TextGlyphs::Glyphs& known, u32 code
 }
 
 void AM_TextEngine::Parts::outline(u32 code, f64 x, f64 y) {
-    const agg::glyph_cache* found = cache.glyph(code);
+    const agg::glyph_cache* found = fonts->cache.glyph(code);
     if (!found) return;
-    cache.init_embedded_adaptors(found, 0, 0);
-    GlyphOutline outline(cache.path_adaptor(), 1.0 / stepsOf(current), x, y);
+    fonts->cache.init_embedded_adaptors(found, 0, 0);
+    GlyphOutline outline(fonts->cache.path_adaptor(), 1.0 / stepsOf(current), x, y);
     raster.getRasterizer().add_path(outline);
 }
 
@@ -190,7 +201,7 @@ f64 AM_TextEngine::Parts::walk(const char* text, const Each& each) {
         const AM_TextCharacter character = AM_nextCharacter(text);
         AM_TextGlyph& found = glyph(known, character.code);
         f64 x = 0, y = 0;
-        if (before && found.index) engine.add_kerning(before, found.index, &x, &y);
+        if (before && found.index) fonts->engine.add_kerning(before, found.index, &x, &y);
         pen += x;
         if (!each(character, found, pen)) break;
         pen += found.advance;
