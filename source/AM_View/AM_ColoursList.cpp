@@ -32,6 +32,10 @@ AM_Colour* findChild(const AM_Tree& tree, const char* name) {
 }
 
 AM_Colour* addColour(AM_Tree& tree, const char* name, u32 rgba) {
+    if (tree.getNumChildren() >= AM_ColoursList::k_maxColours) {
+        AM_Log("Colour '%s' is one too many", name);
+        return nullptr;
+    }
     auto* const colour = new AM_Colour(name, rgba);
     tree.add(colour);
     return colour;
@@ -70,7 +74,8 @@ void writeColour(const AM_Colour& colour, const char* parent, std::string* scrip
 void AM_ColoursList::addBuiltIns() {
     for (const BuiltIn& builtIn : k_builtIns)
         if (!findColour(builtIn.name))
-            addColour(*this, builtIn.name, builtIn.rgba)->setImmutable(true, false);
+            if (AM_Colour* const colour = addColour(*this, builtIn.name, builtIn.rgba))
+                colour->setImmutable(true, false);
     setImmutable(true, false);
     for (const BuiltIn& builtIn : k_builtInsToEdit)
         if (!findColour(builtIn.name)) addColour(*this, builtIn.name, builtIn.rgba);
@@ -99,6 +104,7 @@ AM_Colour* AM_ColoursList::setElement(const char* elementName, const char* paren
         element->setValue(rgba);
     else
         element = addColour(*parent, kept.c_str(), rgba);
+    if (!element) return nullptr;
     element->setGradientElement(true);
     element->setLocation(location);
     return element;

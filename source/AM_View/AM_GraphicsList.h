@@ -13,13 +13,17 @@ class AM_PngGraphic;
 // The root of the tree of graphics. The thread of the editor.
 class AM_GraphicsList : public AM_GuiObject {
 public:
-    static constexpr i32 k_maxGraphics = 10000;
+    static constexpr i32 k_maxGraphics = 4096;
     static constexpr i32 k_maxScanDepth = 16;
+
+    ~AM_GraphicsList() override;
 
     // Owns `graphic` from now on. One without a name gets the default of its type, "Circ #%d" and
     // the like, with the lowest number that is free. One too many is deleted, which is logged;
     // false then.
     bool addGraphic(AM_Graphic* graphic);
+    // True with k_maxGraphics.
+    bool isFull() const { return getNumChildren() >= static_cast<u32>(k_maxGraphics); }
     // The graphic of exactly this name of the current theme, else that of the plain script; null if
     // there is none. Frames of strips are not looked at.
     AM_Graphic* findGraphic(const char* graphicName) const;
@@ -33,10 +37,10 @@ public:
     AM_Graphic* makeGraphic(const char* graphicName, i32 path, const char* type);
 
     // Registers the images below a folder, without reading one: each file "*.png" becomes a bitmap
-    // with the file's name, each folder inside of "Animations" a strip of its files by name.
-    // Names of two bytes or less are skipped, folders that were seen already are too, and
-    // k_maxScanDepth bounds the walk. Returns how many graphics are new; what can't be read is
-    // left out.
+    // with the file's name, each folder inside of "Animations" a strip of its files by name. Names
+    // of two bytes or less are skipped, folders that were seen already are too, and k_maxScanDepth
+    // bounds the walk, as do k_maxGraphics in one folder and the frames of a strip. Returns how
+    // many graphics are new; what can't be read is left out.
     i32 scanImages(const char* folder, i32 theme);
 
     // The gamma that bitmaps are read with, for all of them and those to come. A new one has

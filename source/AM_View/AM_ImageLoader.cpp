@@ -2,7 +2,6 @@
 
 #include "AM_Log.h"
 
-#include <algorithm>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <exception>
 
@@ -21,9 +20,7 @@ void AM_ImageLoader::add(const std::string& file, f32 screenGamma) {
     if (file.empty() || screenGamma != screenGamma) return;
     const Request request{file, screenGamma};
     const std::lock_guard lock(mutex);
-    if (!results.contains(request) &&
-        std::find(requests.begin(), requests.end(), request) == requests.end())
-        requests.push_back(request);
+    if (!results.contains(request) && asked.insert(request).second) requests.push_back(request);
 }
 
 void AM_ImageLoader::start() {
@@ -93,5 +90,6 @@ bool AM_ImageLoader::takeRequest(Request* request) {
     if (requests.empty()) return false;
     *request = std::move(requests.front());
     requests.pop_front();
+    asked.erase(*request);
     return true;
 }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -55,5 +56,6 @@ private:
     std::atomic<bool> finished{true};
     std::mutex mutex; // for what follows
     std::deque<Request> requests;
+    std::set<Request> asked; // the same by name
     Results results;
 };

@@ -31,8 +31,11 @@ std::vector<AM_ImageScan::Entry> AM_ImageScan::read(const fs::path& folder) {
     for (; !error && walk != fs::directory_iterator(); walk.increment(error)) {
         std::error_code unknown;
         Entry entry{walk->path(), toUtf8(walk->path().filename()), walk->is_directory(unknown)};
-        if (entry.name.size() > 2 && (entry.isFolder || isPng(entry.name)))
-            entries.push_back(std::move(entry));
+        if (entry.name.size() <= 2 || !(entry.isFolder || isPng(entry.name))) continue;
+        entries.push_back(std::move(entry));
+        if (entries.size() < static_cast<size_t>(AM_GraphicsList::k_maxGraphics)) continue;
+        AM_Log("Folder '%s' holds too much", toUtf8(folder));
+        break;
     }
     if (error) AM_Log("Can't read folder '%s'", toUtf8(folder));
     std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
@@ -43,7 +46,7 @@ std::vector<AM_ImageScan::Entry> AM_ImageScan::read(const fs::path& folder) {
 }
 
 void AM_ImageScan::walk(const fs::path& folder, i32 depth, bool isAnimations) {
-    if (depth >= AM_GraphicsList::k_maxScanDepth) return;
+    if (depth >= AM_GraphicsList::k_maxScanDepth || list->isFull()) return;
     for (const Entry& entry : read(folder)) {
         if (!entry.isFolder) {
             addPng(entry);
@@ -68,7 +71,7 @@ void AM_ImageScan::addStrip(const Entry& folder, const std::vector<Entry>& entri
     strip->setName(folder.name.c_str());
     strip->setThemeIndex(theme);
     for (const Entry& entry : entries)
-        if (!entry.isFolder)
+        if (!entry.isFolder && strip->getFrameCount() < AM_MultiFrameGraphic::k_maxFrames)
             if (AM_PngGraphic* const frame =
                     list->createPng(toUtf8(entry.path), entry.name.c_str(), theme))
                 strip->add(frame);

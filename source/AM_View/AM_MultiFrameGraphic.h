@@ -7,7 +7,8 @@
 
 class AM_MultiFrameGraphic : public AM_Graphic {
 public:
-    static constexpr u32 k_redraw = 47; // message to the control: draw again at the next step
+    static constexpr i32 k_maxFrames = 1024; // that a scan takes
+    static constexpr u32 k_redraw = 47;      // message to the control: draw again at the next step
     static constexpr u32 k_redrawGroup = 0x800;
 
     const char* getTypeName() override { return "multi frame"; }

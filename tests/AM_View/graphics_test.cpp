@@ -444,6 +444,20 @@ TEST(Script, whatIsWrittenIsReadAgain) {
     EXPECT_EQ(second, first);
 }
 
+TEST(Script, listsTakeSoMuchAndNoMore) {
+    AM_ColoursList colours;
+    AM_GraphicsList graphics;
+    LogCapture log;
+    for (i32 i = 0; i < 5000; ++i) {
+        const std::string name = std::to_string(i);
+        EXPECT_EQ(colours.setColour(name.c_str(), 1) != nullptr, i < 4096);
+        colours.setElement(name.c_str(), "0", 1, 0);
+        EXPECT_EQ(graphics.makeGraphic(name.c_str(), 0, "comp") != nullptr, i < 4096);
+    }
+    EXPECT_EQ(log.count("Graphic '4999' is one too many"), 1);
+    EXPECT_EQ(log.count("Colour '4999' is one too many"), 2);
+}
+
 TEST(Script, builtInColoursAreThere) {
     AM_ColoursList list;
     list.addBuiltIns();
