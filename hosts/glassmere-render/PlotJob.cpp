@@ -45,6 +45,9 @@ void checkPlot(const Options& options) {
     std::error_code error;
     if (!options.force && fs::exists(options.plot, error))
         throw RenderError("'" + options.plot + "' exists; --force overwrites it");
+    const fs::path folder = fs::absolute(options.plot, error).parent_path();
+    if (!fs::is_directory(folder, error))
+        throw RenderError("'" + folder.string() + "' is no folder to put a plot into");
     useFontsOfProgram();
     if (AM_TextFonts::find("", "Vera").empty())
         throw RenderError("--plot finds no font: install ttf-bitstream-vera");

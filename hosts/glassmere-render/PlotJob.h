@@ -5,8 +5,8 @@
 
 #include <string>
 
-// Before a render: throws RenderError if the picture's place is taken and --force is not given, or
-// if there is no font to write with. Without --plot nothing.
+// Before a render: throws RenderError if the picture's place is taken and --force is not given, if
+// its folder is missing, or if there is no font to write with. Without --plot nothing.
 void checkPlot(const Options& options);
 
 // Reads the output and draws it; `code` becomes the title. Of a long file the first 33 million

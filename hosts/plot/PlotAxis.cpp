@@ -54,7 +54,7 @@ f64 PlotAxis::valueAt(f64 share) const {
 
 RoundSteps findRoundSteps(f64 from, f64 to, i32 most) {
     const f64 least = (to - from) / std::max(most, 1);
-    if (!(least > 1e-12 && least < 1e12)) return {1, 0, {from}};
+    if (!(least > 1e-40 && least < 1e40)) return {1, 0, {from}};
     const f64 power = std::pow(10, std::floor(std::log10(least)));
     f64 step = 10 * power;
     for (const f64 factor : {5.0, 2.0, 1.0})

@@ -13,6 +13,8 @@ using namespace PlotStyle;
 
 namespace {
 constexpr f32 k_channelGap = 2;
+constexpr f64 k_leastTick = 1e-5; // of a waveform, that a label has room for
+constexpr f64 k_mostTick = 1e5;
 constexpr f64 k_levelRange = 90; // dB of the spectrogram's colours
 constexpr f32 k_scaleWidth = 180;
 constexpr f32 k_scaleHeight = 8;
@@ -47,9 +49,10 @@ void drawChannel(const SoundPicture& picture, const PlotPanel& panel, size_t cha
         findEnvelope(sound.channels[channel].first(sound.frames()), count);
     // A round value between 0.3 and 0.75 of the limit, whose label is clear of its neighbours.
     const RoundSteps steps = findRoundSteps(0, 0.3 * limit, 1);
-    std::vector<PlotTick> ticks;
-    for (const f64 value : {-steps.step, 0.0, steps.step})
-        ticks.push_back({value, value == 0 ? "0" : numberText(value, steps.decimals)});
+    std::vector<PlotTick> ticks = {{0, "0"}};
+    if (steps.step >= k_leastTick && steps.step <= k_mostTick)
+        for (const f64 value : {-steps.step, steps.step})
+            ticks.push_back({value, numberText(value, steps.decimals)});
     panel.fillGround();
     panel.drawVerticalGrid(panel.horizontal(0, sound.seconds()), picture.timeTicks, k_grid);
     panel.drawHorizontalGrid(axis, ticks, k_grid);
@@ -62,11 +65,13 @@ void drawChannel(const SoundPicture& picture, const PlotPanel& panel, size_t cha
                    k_alignStart, k_alignCentre);
 }
 
-SpectrogramShape chooseShape(const SoundView& sound, i32 columns, i32 rows) {
+// One column and row for a pixel, as long as there may be so many.
+SpectrogramShape chooseShape(const SoundView& sound, f32 width, f32 height) {
     SpectrogramShape shape;
-    shape.columns = columns;
-    shape.rows = rows;
-    shape.highest = std::max(100.0, std::min(20000.0, sound.rate / 2));
+    shape.columns = static_cast<i32>(std::min(width, 8192.f));
+    shape.rows = static_cast<i32>(std::min(height, 4096.f));
+    if (sound.frames() == 0) return shape;
+    shape.highest = std::clamp(sound.rate / 2, 100.0, 20000.0);
     // Short sounds want sharp times, long ones sharp frequencies.
     const f64 window = std::clamp(sound.seconds() / 80, 0.02, 0.085) * sound.rate;
     shape.window = 1 << static_cast<i32>(std::clamp(std::log2(window) + 0.5, 4.0, 16.0));
@@ -121,15 +126,13 @@ void drawWaveform(const SoundPicture& picture, const AM_Rect& area) {
              findEnvelope(sound.channels[channel].first(sound.frames()), 1))
             limit = std::max({limit, std::fabs(f64(column.low)), std::fabs(f64(column.high))});
     PlotPanel(picture.context, area).drawHeading("Waveform", "peak and RMS");
+    const char* const labels[2] = {shown == 2 ? "L" : "", "R"};
     const f32 height = (area.height + k_channelGap) / static_cast<f32>(std::max<size_t>(shown, 1));
     for (size_t channel = 0; channel < shown; ++channel) {
         const AM_Rect part{area.left, area.top + static_cast<f32>(channel) * height, area.width,
                            height - k_channelGap};
         drawChannel(picture, PlotPanel(picture.context, part), channel,
-                    limit > 0 ? limit * 1.05 : 1,
-                    shown < 2      ? ""
-                    : channel == 0 ? "L"
-                                   : "R");
+                    limit > 0 ? limit * 1.05 : 1, labels[channel]);
     }
 }
 
@@ -137,8 +140,7 @@ void drawSpectrogram(const SoundPicture& picture, const AM_Rect& area) {
     const PlotPanel panel(picture.context, area);
     const SoundView& sound = picture.shown;
     const f32 scale = picture.context.getScale();
-    const SpectrogramShape shape = chooseShape(sound, static_cast<i32>(area.width * scale),
-                                               static_cast<i32>(area.height * scale));
+    const SpectrogramShape shape = chooseShape(sound, area.width * scale, area.height * scale);
     const Spectrogram levels = findSpectrogram(sound, shape);
     const f64 highest = *std::max_element(levels.level.begin(), levels.level.end());
     const f64 top = highest > k_silentLevel ? 5 * std::ceil(highest / 5) : 0;

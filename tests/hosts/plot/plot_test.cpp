@@ -57,8 +57,9 @@ TEST(SoundPlot, DrawsWhateverWasRendered) {
     std::vector<f32> decay(30000);
     for (size_t i = 0; i < decay.size(); ++i)
         decay[i] = static_cast<f32>(std::sin(0.1 * f64(i * i % 997)) * std::exp(-f64(i) / 2000));
+    const std::vector<f32> soft(5000, 1e-30f);
     const std::vector<f32> sounds[] = {
-        {},   {1}, {nan, 1e30f, -1e30f, nan}, std::vector<f32>(5000), std::vector<f32>(5000, 1),
+        soft, {}, {1}, {nan, 1e30f, -1e30f, nan}, std::vector<f32>(5000), std::vector<f32>(5000, 1),
         decay};
     AM_AGG_Context context(k_soundPlotWidth, k_soundPlotHeight, 1, true);
     std::set<std::string> pictures;
@@ -72,6 +73,9 @@ TEST(SoundPlot, DrawsWhateverWasRendered) {
             pictures.emplace(reinterpret_cast<const char*>(pixels.pixels),
                              static_cast<size_t>(pixels.rowBytes) * 900);
         }
+    context.setScale(8, 100, 100);
+    drawSoundPlot(context, {{{decay}, std::numeric_limits<f64>::quiet_NaN()}, true, "", ""});
+    drawSoundPlot(context, {{{decay}, 48000}, true, "", ""});
     // No sound looks like another, but those without channels.
     EXPECT_EQ(pictures.size(), 1 + 2 * std::size(sounds));
 }
