@@ -78,30 +78,6 @@ SpectrogramShape chooseShape(const SoundView& sound, f32 width, f32 height) {
     return shape;
 }
 
-// The scale of the colours, right above the area.
-void drawScale(const SoundPicture& picture, const PlotPanel& panel, f64 top) {
-    AM_Context& context = picture.context;
-    const AM_Rect area = panel.getArea();
-    const std::string high = numberText(top, 0) + " dB";
-    context.setFontSize(k_tickSize);
-    const f32 labelWidth = std::ceil(context.getTextWidth(high.c_str())) + 1;
-    const AM_Rect scale{area.right() - labelWidth - 8 - k_scaleWidth, area.top - 20, k_scaleWidth,
-                        k_scaleHeight};
-    context.setRGBA(k_remark);
-    context.strokeRect({scale.left - 0.5f, scale.top - 0.5f, scale.width + 1, scale.height + 1}, 1);
-    for (f32 x = 0; x < scale.width; ++x) {
-        const auto& c = getLevelColour((x + 0.5) / scale.width);
-        context.setRGBAF(static_cast<f32>(c[0]) / 255, static_cast<f32>(c[1]) / 255,
-                         static_cast<f32>(c[2]) / 255, 1);
-        context.fillRect({scale.left + x, scale.top, 1, scale.height});
-    }
-    const AM_Rect line{scale.left - 70, scale.top + scale.height / 2 - 9, 62, 18};
-    panel.drawText(numberText(top - k_levelRange, 0) + " dB", line, k_tickSize, k_tickText,
-                   k_alignEnd, k_alignCentre);
-    panel.drawText(high, {scale.right() + 8, line.top, labelWidth, 18}, k_tickSize, k_tickText,
-                   k_alignStart, k_alignCentre);
-}
-
 void drawLevels(AM_Context& context, const Spectrogram& levels, const AM_Rect& area, f64 top) {
     std::vector<u8> pixels(levels.level.size() * 4, 255);
     for (i32 y = 0; y < levels.rows; ++y)
@@ -114,6 +90,29 @@ void drawLevels(AM_Context& context, const Spectrogram& levels, const AM_Rect& a
     AM_ImagePlacement placement;
     placement.target = area;
     context.drawImage({pixels.data(), levels.columns, levels.rows, 4 * levels.columns}, placement);
+}
+
+// The scale of the colours, right above the area.
+void drawScale(const SoundPicture& picture, const PlotPanel& panel, f64 top) {
+    AM_Context& context = picture.context;
+    const AM_Rect area = panel.getArea();
+    const std::string high = numberText(top, 0) + " dB";
+    context.setFontSize(k_tickSize);
+    const f32 labelWidth = std::ceil(context.getTextWidth(high.c_str())) + 1;
+    const AM_Rect scale{area.right() - labelWidth - 8 - k_scaleWidth, area.top - 20, k_scaleWidth,
+                        k_scaleHeight};
+    context.setRGBA(k_remark);
+    context.strokeRect({scale.left - 0.5f, scale.top - 0.5f, scale.width + 1, scale.height + 1}, 1);
+    Spectrogram ramp{static_cast<i32>(k_numLevelColours), 1, {}};
+    for (size_t i = 0; i < k_numLevelColours; ++i)
+        ramp.level.push_back(
+            static_cast<f32>(static_cast<f64>(i) / (k_numLevelColours - 1) * k_levelRange));
+    drawLevels(context, ramp, scale, k_levelRange);
+    const AM_Rect line{scale.left - 70, scale.top + scale.height / 2 - 9, 62, 18};
+    panel.drawText(numberText(top - k_levelRange, 0) + " dB", line, k_tickSize, k_tickText,
+                   k_alignEnd, k_alignCentre);
+    panel.drawText(high, {scale.right() + 8, line.top, labelWidth, 18}, k_tickSize, k_tickText,
+                   k_alignStart, k_alignCentre);
 }
 } // namespace
 
