@@ -86,6 +86,15 @@ void readProgram(const RawOptions& raw, Options& options) {
     options.program = {part(raw.program.substr(0, colon)), part(raw.program.substr(colon + 1))};
 }
 
+void checkPlot(const Options& options, bool given) {
+    if (!given) return;
+    if (options.mode != Options::Mode::render && options.mode != Options::Mode::impulse)
+        throw UsageError("--plot belongs to a render");
+    const std::string& name = options.plot;
+    if (!CLI::detail::to_lower(name).ends_with(".png"))
+        throw UsageError("--plot wants a name that ends with .png, not '" + name + "'");
+}
+
 void checkPresets(const Options& options) {
     const bool printing =
         options.mode == Options::Mode::list || options.mode == Options::Mode::describe;
@@ -141,7 +150,7 @@ void readFiles(const RawOptions& raw, Options& options) {
     }
 }
 
-Options check(const RawOptions& raw, bool hasCode, bool hasDescribe) {
+Options check(const RawOptions& raw, bool hasCode, bool hasDescribe, bool hasPlot) {
     Options options = raw.options;
     if (int(raw.impulse) + int(raw.list) + int(hasDescribe) > 1)
         throw UsageError("--impulse, --list and --describe exclude each other");
@@ -151,6 +160,7 @@ Options check(const RawOptions& raw, bool hasCode, bool hasDescribe) {
     if (options.mode == Options::Mode::render && raw.files.empty() && !options.savedPreset.empty())
         options.mode = Options::Mode::savePreset;
     checkPresets(options);
+    checkPlot(options, hasPlot);
     const bool printing = raw.list || hasDescribe;
     if (options.json && !printing) throw UsageError("--json belongs to --list or --describe");
     if (hasDescribe && (hasCode || !raw.settings.empty() || !options.presses.empty()))
@@ -208,7 +218,9 @@ glassmere-render --describe CODE [--json]     the model that a code builds
                        at most 60 s
   --bits 16|24|32f     sample format (default 32f, FLAC 24); WAV, FLAC, AIFF, OGG by OUTPUT's
                        extension
-  --force              overwrite OUTPUT and the preset
+  --plot FILE.png      also draw OUTPUT: waveform, spectrogram, energy decay curve with its
+                       decay time, echo density
+  --force              overwrite OUTPUT, the preset and the plot
   -q, --quiet          no progress
   --version, --help
 
@@ -233,6 +245,7 @@ void declare(CLI::App& app, RawOptions& raw) {
     app.add_option("--pref", raw.preferences)->allow_extra_args(false);
     app.add_option("--save-preset", options.savedPreset);
     app.add_option("--data", options.dataFolder);
+    app.add_option("--plot", options.plot);
     app.add_flag("--comments", options.comments);
     app.add_option("--press", options.presses)->allow_extra_args(false);
     app.add_option("--rate", raw.rate);
@@ -256,7 +269,8 @@ ParsedOptions parseOptions(std::vector<std::string> arguments, const std::string
     ParsedOptions result;
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-        result.options = check(raw, app.count("--code") > 0, app.count("--describe") > 0);
+        result.options = check(raw, app.count("--code") > 0, app.count("--describe") > 0,
+                               app.count("--plot") > 0);
     } catch (const CLI::CallForHelp&) {
         result.text = k_help;
     } catch (const CLI::CallForVersion& call) {

@@ -14,6 +14,7 @@ struct Options {
     Mode mode = Mode::render;
     std::string input;                          // render only
     std::string output;                         // render and impulse
+    std::string plot;                           // --plot, empty: none
     std::string dataFolder;                     // --data, empty: the machine's
     std::string preset;                         // --preset, empty: none
     std::string midi;                           // --midi, empty: none

@@ -6,6 +6,7 @@
 #include "Interrupt.h"
 #include "Options.h"
 #include "ParameterList.h"
+#include "PlotJob.h"
 #include "RenderJob.h"
 
 #include <algorithm>
@@ -52,10 +53,12 @@ void renderSource(const Options& options, SampleSource& source, int rate) {
     throwIfInterrupted();
     writer.commit();
     report(options, instance, writer, rate);
+    if (!options.plot.empty()) drawPlot(options, instance.code());
 }
 
 void render(const Options& options) {
     SoundWriter::checkFormat(options.output, options.format);
+    checkPlot(options);
     if (options.mode == Options::Mode::impulse) {
         ImpulseSource source;
         renderSource(options, source, static_cast<int>(options.rate));

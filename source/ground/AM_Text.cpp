@@ -103,4 +103,40 @@ size_t copyText(char* destination, size_t capacity, const char* source) noexcept
     return length;
 }
 
+size_t countCharacters(const char* text) noexcept {
+    size_t count = 0;
+    for (; text && *text; ++text)
+        count += (*text & 0xc0) != 0x80;
+    return count;
+}
+
+size_t ellipsise(char* destination, size_t capacity, const char* text, size_t characters) noexcept {
+    if (destination == nullptr || capacity == 0) return 0;
+    if (text == nullptr) text = "";
+    // How many bytes this many characters take, as far as there is room.
+    const auto bytesOf = [text](size_t count, size_t room) {
+        size_t bytes = 0;
+        for (size_t next = 0; count > 0 && text[next] != 0; --count) {
+            do
+                ++next;
+            while ((text[next] & 0xc0) == 0x80);
+            if (next > room) break;
+            bytes = next;
+        }
+        return bytes;
+    };
+    size_t length = bytesOf(characters, capacity - 1);
+    size_t dots = 0;
+    if (text[length] != 0) {
+        dots = std::min({characters, capacity - 1, size_t{3}});
+        length = bytesOf(characters - dots, capacity - 1 - dots);
+        while (length > 0 && (text[length - 1] == ' ' || text[length - 1] == '\t'))
+            --length;
+    }
+    std::memcpy(destination, text, length);
+    std::memset(destination + length, '.', dots);
+    std::memset(destination + length + dots, 0, capacity - length - dots);
+    return length + dots;
+}
+
 } // namespace AM_STD

@@ -42,4 +42,16 @@ size_t copyText(char (&destination)[N], const char* source) noexcept {
     return copyText(destination, N, source);
 }
 
+// Characters of UTF-8; bytes that continue one don't count.
+size_t countCharacters(const char* text) noexcept;
+// The first of `characters` characters of UTF-8 with "..." as the last three of them, and no blank
+// in front of these; of three or less there are only dots. A text that has no more is copied as it
+// is. At most `capacity` bytes, always whole characters; what is left of the array is cleared.
+// Returns the bytes without the clearing. The two must not overlap.
+size_t ellipsise(char* destination, size_t capacity, const char* text, size_t characters) noexcept;
+template <size_t N>
+size_t ellipsise(char (&destination)[N], const char* text, size_t characters) noexcept {
+    return ellipsise(destination, N, text, characters);
+}
+
 } // namespace AM_STD

@@ -21,6 +21,8 @@ const std::string k_installed = GLASSMERE_PREFIX "/lib/vst3/" + k_bundle;
 const std::string k_own = ".vst3/" + k_bundle; // below the user's home
 const std::string k_presets = "Contents/Resources/vela/Presets/Glassmere/";
 
+const std::string k_fonts = "Contents/Resources/vela/Glassmere/Data/Fonts/";
+
 // The lines that `command` prints, with $so for the installed library.
 Names lines(const std::string& command) {
     const std::string shell =
@@ -84,8 +86,11 @@ TEST(LibraryFile, isInstalledWithItsData) {
         files(GLASSMERE_PREFIX),
         (Names{"bin/glassmere-render", bundle + GLASSMERE_BINARIES "/Glassmere.so",
                bundle + "Contents/Resources/moduleinfo.json", bundle + k_presets + "default.q3p",
-               bundle + k_presets + "initialize.q3p", shared + "default.q3p",
-               shared + "initialize.q3p", "share/doc/glassmere/copyright"}));
+               bundle + k_presets + "initialize.q3p", bundle + k_fonts + "Vera.ttf",
+               bundle + k_fonts + "Vera-licence.txt", shared + "default.q3p",
+               shared + "initialize.q3p", "share/vela/Glassmere/Data/Fonts/Vera.ttf",
+               "share/vela/Glassmere/Data/Fonts/Vera-licence.txt",
+               "share/doc/glassmere/copyright"}));
 }
 
 // What a host that reads the list instead of the library takes for true.

@@ -1,0 +1,51 @@
+#include "DrawOptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <charconv>
+
+namespace {
+// Numbers have a point in every locale.
+bool readScale(const std::string& text, f32& scale) {
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, scale);
+    return error == std::errc() && rest == end && scale >= 0.1f && scale <= 8;
+}
+
+void check(const std::string& scale, DrawOptions& options) {
+    if (!readScale(scale, options.scale))
+        options.wrong = "--scale wants a number from 0.1 to 8, not '" + scale + "'";
+    else if (!options.scene.empty() && options.output.empty())
+        options.wrong = "the scene needs a file: -o FILE.png";
+    else if (options.scene.empty() && !options.output.empty())
+        options.wrong = "-o needs a scene (--list names them)";
+    else if (options.scene.empty() && options.sheet.empty() && !options.list)
+        options.wrong = "a scene, --sheet or --list is needed";
+}
+} // namespace
+
+DrawOptions parseDrawOptions(std::vector<std::string> arguments) {
+    DrawOptions options;
+    std::string scale = "1";
+    CLI::App app("Draws scenes with the drawing context into PNG files.", "glassmere-draw");
+    app.add_option("SCENE", options.scene, "name of a scene");
+    app.add_option("-o,--output", options.output, "PNG file of the scene");
+    app.add_option("--scale", scale, "pixels per view unit, 0.1 to 8; 1 without");
+    app.add_option("--sheet", options.sheet, "PNG file of all scenes side by side");
+    app.add_option("--resources", options.resources, "folder whose \"Fonts\" come first");
+    app.add_flag("--list", options.list, "print the scenes");
+    app.add_flag("--log", options.log, "tell on standard error what the editor's code logs");
+    try {
+        std::reverse(arguments.begin(), arguments.end());
+        app.parse(arguments);
+    } catch (const CLI::CallForHelp&) {
+        options.help = app.help();
+        return options;
+    } catch (const CLI::ParseError& error) {
+        options.wrong = error.what();
+        return options;
+    }
+    check(scale, options);
+    return options;
+}
