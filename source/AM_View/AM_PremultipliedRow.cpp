@@ -105,8 +105,28 @@ bool blendFour(u8* target, const i16* row, u32 alpha, const u8* cover) {
     return true;
 }
 
-// Copies what is opaque from pixel `i` on, eight at a time; the first pixel behind it.
-i32 copySolid(u8* target, const i16* row, i32 i, i32 count) {
+// What blendFour does to eight whole pixels over an opaque backdrop, without a look at single ones,
+// whose branches nobody foresees; false if the backdrop is not opaque.
+bool overEight(u8* target, const i16* row) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i first = _mm_loadu_si128(vectors(target));
+    const __m128i second = _mm_loadu_si128(vectors(target + 16));
+    const __m128i full = _mm_cmpeq_epi8(_mm_and_si128(first, second), _mm_set1_epi8(-1));
+    constexpr i32 alphas = 0x8888;
+    if ((_mm_movemask_epi8(full) & alphas) != alphas) return false;
+    const __m128i a = over(_mm_unpacklo_epi8(first, zero), _mm_loadu_si128(vectors(row)));
+    const __m128i b = over(_mm_unpackhi_epi8(first, zero), _mm_loadu_si128(vectors(row + 8)));
+    const __m128i c = over(_mm_unpacklo_epi8(second, zero), _mm_loadu_si128(vectors(row + 16)));
+    const __m128i d = over(_mm_unpackhi_epi8(second, zero), _mm_loadu_si128(vectors(row + 24)));
+    _mm_storeu_si128(vectors(target), toBytes(a, b));
+    _mm_storeu_si128(vectors(target + 16), toBytes(c, d));
+    return true;
+}
+
+// Whole pixels from the first on, eight at a time: copies what is opaque, leaves out what is
+// transparent. Ends at eight that are neither over a backdrop that is not opaque; the first pixel
+// of those.
+i32 overEights(u8* target, const i16* row, i32 i, i32 count) {
     const __m128i full = _mm_set1_epi16(AM_PremultipliedRow::k_full);
     for (; i + 8 <= count; i += 8) {
         const i16* from = row + 4 * i;
@@ -117,7 +137,13 @@ i32 copySolid(u8* target, const i16* row, i32 i, i32 count) {
         const __m128i all =
             _mm_and_si128(_mm_and_si128(_mm_cmpeq_epi16(a, full), _mm_cmpeq_epi16(b, full)),
                           _mm_and_si128(_mm_cmpeq_epi16(c, full), _mm_cmpeq_epi16(d, full)));
-        if ((_mm_movemask_epi8(all) & 0xc0c0) != 0xc0c0) break;
+        if ((_mm_movemask_epi8(all) & 0xc0c0) != 0xc0c0) {
+            const __m128i any = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
+            const __m128i none = _mm_cmpeq_epi16(any, _mm_setzero_si128());
+            if ((_mm_movemask_epi8(none) & 0xc0c0) == 0xc0c0) continue;
+            if (!overEight(target + 4 * i, from)) break;
+            continue;
+        }
         _mm_storeu_si128(vectors(target + 4 * i), toBytes(a, b));
         _mm_storeu_si128(vectors(target + 4 * i + 16), toBytes(c, d));
     }
@@ -195,7 +221,7 @@ void blend(u8* target, const i16* row, i32 count, u32 alpha, const u8* cover, i3
     }
     const bool whole = alpha == 255 && !cover;
     for (i32 i = 0; i < count; i += 4) {
-        if (whole && (i & 7) == 0) i = copySolid(target, row, i, count);
+        if (whole && (i & 7) == 0) i = overEights(target, row, i, count);
         const i32 some = std::min(4, count - i);
         const u8* covers = cover ? cover + i : nullptr;
         if (some == 4 && blendFour(target + 4 * i, row + 4 * i, alpha, covers)) continue;

@@ -129,11 +129,12 @@ void AM_Resampler::drawStraight(const Job& job) {
                           job.height == job.image.height;
     if (!unscaled) return drawScaled(job, area);
     const size_t skipped = 4 * static_cast<size_t>(clip.left - static_cast<i32>(job.left));
+    const bool masked = !job.mask.isEmpty(); // else every pixel counts whole
     for (i32 y = clip.top; y < clip.bottom; ++y) {
         const u8* source = job.image.row(y - static_cast<i32>(job.top)) + skipped;
         AM_PixelOps::blendRow(job.target.row(y) + 4 * static_cast<size_t>(clip.left), source,
-                              clip.right - clip.left, job.alpha, coverOfRow(job, area, y),
-                              job.mode);
+                              clip.right - clip.left, job.alpha,
+                              masked ? coverOfRow(job, area, y) : nullptr, job.mode);
     }
 }
 

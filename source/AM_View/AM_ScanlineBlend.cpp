@@ -92,8 +92,8 @@ public:
 
 private:
     static __m128i div255(__m128i x) {
-        x = _mm_add_epi16(x, _mm_set1_epi16(128));
-        return _mm_srli_epi16(_mm_add_epi16(x, _mm_srli_epi16(x, 8)), 8);
+        // x * 257 / 65536 is (x + x / 256) / 256.
+        return _mm_mulhi_epu16(_mm_add_epi16(x, _mm_set1_epi16(128)), _mm_set1_epi16(257));
     }
     __m128i mix(__m128i under, __m128i cover) const {
         const __m128i over = div255(_mm_mullo_epi16(cover, alpha));
@@ -146,6 +146,13 @@ void AM_blendCovered(u8* pixels, i32 count, const AM_Pixel& colour, const u8* co
         if (some != 0 && !four.blend(pixels + i * 4, some))
             for (i32 k = i; k < i + 4; ++k)
                 AM_blendPixel(pixels + k * 4, colour, covers[k]);
+    }
+    // The rest together with pixels that are done, which have no cover any more.
+    if (const i32 last = count - 4; i < count && last >= 0) {
+        u32 some;
+        std::memcpy(&some, covers + last, 4);
+        some &= 0xffffffffu << 8 * (i - last);
+        if (some == 0 || four.blend(pixels + last * 4, some)) return;
     }
 #endif
     for (; i < count; ++i)

@@ -121,26 +121,35 @@ struct AM_TextEngine::Parts {
     std::unique_ptr<Fonts> fonts = std::make_unique<Fonts>();
     AM_TextGlyphs glyphs;
     AM_AggRaster raster;
-    AM_TextStyle current;
+    AM_TextStyle wanted;
+    AM_TextStyle current; // of the engine
     bool loaded = false;
     std::map<std::string, Metric> metrics;
 
-    bool select(const AM_TextStyle& style);
+    // Makes a style the wanted one; false if it has no font.
+    bool begin(const AM_TextStyle& style);
+    // Sets the engine to the wanted style. That is slow, so only what is not kept calls for it.
+    bool select();
     AM_TextGlyph& glyph(AM_TextGlyphs::Glyphs& known, u32 code);
     void outline(u32 code, f64 x, f64 y);
     const AM_TextMask& mask(AM_TextGlyph& glyph, u32 code, i32 phase);
+    // How far the pen moves between two glyphs, in steps.
+    f64 kerning(AM_TextGlyph& glyph, u32 before);
     // Calls `each(code, glyph, pen)` for each character, with the pen in steps, until it is false;
     // returns where the pen ends.
     template <class Each>
     f64 walk(const char* text, const Each& each);
 };
 
-bool AM_TextEngine::Parts::select(const AM_TextStyle& wanted) {
-    AM_TextStyle style = wanted;
-    style.size = style.size > 1 ? std::min(style.size, 4096.0) : 1;
-    if (loaded && current.size == style.size && current.smooth == style.smooth &&
-        current.file == style.file)
-        return true;
+bool AM_TextEngine::Parts::begin(const AM_TextStyle& style) {
+    wanted = style;
+    wanted.size = style.size > 1 ? std::min(style.size, 4096.0) : 1;
+    return glyphs.has(wanted) || select();
+}
+
+bool AM_TextEngine::Parts::select() {
+    if (loaded && current == wanted) return true;
+    const AM_TextStyle& style = wanted;
     fonts->styles.insert({style.file, style.size, style.smooth});
     if (fonts->styles.size() > k_maxStyles) fonts = std::make_unique<Fonts>();
     Engine& engine = fonts->engine;
@@ -159,23 +168,24 @@ bool AM_TextEngine::Parts::select(const AM_TextStyle& wanted) {
 AM_TextGlyph& AM_TextEngine::Parts::glyph(AM_TextGlyphs::Glyphs& known, u32 code) {
     const auto [entry, isNew] = known.try_emplace(code);
     AM_TextGlyph& glyph = entry->second;
-    if (!isNew) return glyph;
+    if (!isNew || !select()) return glyph;
     const agg::glyph_cache* found = fonts->cache.glyph(code);
     if (!found) return glyph;
     glyph.index = found->glyph_index;
     glyph.advance = found->advance_x;
-    const f64 largest = current.size * 4 + 16; // some fonts' outlines go far
-    glyph.large = current.size > k_largestMask ||
-                  found->bounds.x2 - found->bounds.x1 > largest * stepsOf(current) ||
+    const f64 largest = wanted.size * 4 + 16; // some fonts' outlines go far
+    glyph.large = wanted.size > k_largestMask ||
+                  found->bounds.x2 - found->bounds.x1 > largest * stepsOf(wanted) ||
                   found->bounds.y2 - found->bounds.y1 > largest;
     return glyph;
 }
 
 void AM_TextEngine::Parts::outline(u32 code, f64 x, f64 y) {
+    if (!select()) return;
     const agg::glyph_cache* found = fonts->cache.glyph(code);
     if (!found) return;
     fonts->cache.init_embedded_adaptors(found, 0, 0);
-    GlyphOutline outline(fonts->cache.path_adaptor(), 1.0 / stepsOf(current), x, y);
+    GlyphOutline outline(fonts->cache.path_adaptor(), 1.0 / stepsOf(wanted), x, y);
     raster.getRasterizer().add_path(outline);
 }
 
@@ -192,17 +202,24 @@ const AM_TextMask& AM_TextEngine::Parts::mask(AM_TextGlyph& glyph, u32 code, i32
     return mask;
 }
 
+f64 AM_TextEngine::Parts::kerning(AM_TextGlyph& glyph, u32 before) {
+    const auto [entry, isNew] = glyph.kerning.try_emplace(before, 0.0);
+    if (!isNew || !select()) return entry->second;
+    glyphs.count(AM_TextGlyph::k_kerningBytes);
+    f64 y = 0;
+    fonts->engine.add_kerning(before, glyph.index, &entry->second, &y);
+    return entry->second;
+}
+
 template <class Each>
 f64 AM_TextEngine::Parts::walk(const char* text, const Each& each) {
-    AM_TextGlyphs::Glyphs& known = glyphs.of(current);
+    AM_TextGlyphs::Glyphs& known = glyphs.of(wanted);
     f64 pen = 0;
     u32 before = 0;
     while (*text != '\0') {
         const AM_TextCharacter character = AM_nextCharacter(text);
         AM_TextGlyph& found = glyph(known, character.code);
-        f64 x = 0, y = 0;
-        if (before && found.index) fonts->engine.add_kerning(before, found.index, &x, &y);
-        pen += x;
+        if (before && found.index) pen += kerning(found, before);
         if (!each(character, found, pen)) break;
         pen += found.advance;
         before = found.index;
@@ -223,12 +240,13 @@ AM_TextEngine& AM_TextEngine::get() {
 
 bool AM_TextEngine::canLoad(const std::string& file) {
     const std::lock_guard lock(parts->mutex);
-    return parts->select({file, 12, true});
+    parts->wanted = {file, 12, true};
+    return parts->select();
 }
 
 f64 AM_TextEngine::getWidth(const AM_TextStyle& style, const char* text) {
     const std::lock_guard lock(parts->mutex);
-    if (!text || !parts->select(style)) return 0;
+    if (!text || !parts->begin(style)) return 0;
     const auto all = [](const AM_TextCharacter&, const AM_TextGlyph&, f64) { return true; };
     return parts->walk(text, all) / stepsOf(style);
 }
@@ -246,7 +264,7 @@ bool AM_TextEngine::draw(const AM_TextStyle& style, const char* text, f64 x, i32
                          const AM_PixelView& pixels, const AM_PixelRect& clip,
                          const AM_Pixel& colour) {
     const std::lock_guard lock(parts->mutex);
-    if (!text || clip.isEmpty() || !parts->select(style)) return true;
+    if (!text || clip.isEmpty() || !parts->begin(style)) return true;
     const i32 steps = stepsOf(style);
     bool complete = true;
     const f64 end = f64(clip.right) * steps + style.size * steps; // nothing reaches back so far

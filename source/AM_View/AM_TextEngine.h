@@ -15,6 +15,9 @@ struct AM_TextStyle {
     std::string file;
     f64 size = 12; // 1 to 4096
     bool smooth = true;
+    bool operator==(const AM_TextStyle& other) const {
+        return size == other.size && smooth == other.smooth && file == other.file;
+    }
 };
 
 // The next character of UTF-8 and its bytes; what is none is U+FFFD, of one byte. The text is not

@@ -15,6 +15,11 @@ void AM_TextMask::draw(const AM_PixelView& pixels, const AM_PixelRect& clip, i32
     }
 }
 
+bool AM_TextGlyphs::has(const AM_TextStyle& style) const {
+    return std::any_of(entries.begin(), entries.end(),
+                       [&style](const Entry& entry) { return entry.style == style; });
+}
+
 AM_TextGlyphs::Glyphs& AM_TextGlyphs::of(const AM_TextStyle& style) {
     if (used > k_maxBytes) {
         entries.clear();
@@ -22,8 +27,7 @@ AM_TextGlyphs::Glyphs& AM_TextGlyphs::of(const AM_TextStyle& style) {
     }
     ++uses;
     for (Entry& entry : entries)
-        if (entry.style.size == style.size && entry.style.smooth == style.smooth &&
-            entry.style.file == style.file) {
+        if (entry.style == style) {
             entry.lastUse = uses;
             return entry.glyphs;
         }
@@ -34,9 +38,12 @@ AM_TextGlyphs::Glyphs& AM_TextGlyphs::of(const AM_TextStyle& style) {
     Entry& oldest =
         *std::min_element(entries.begin(), entries.end(),
                           [](const Entry& a, const Entry& b) { return a.lastUse < b.lastUse; });
-    for (const auto& [code, glyph] : oldest.glyphs)
+    for (const auto& [code, glyph] : oldest.glyphs) {
+        size_t bytes = glyph.kerning.size() * AM_TextGlyph::k_kerningBytes;
         for (const AM_TextMask& mask : glyph.masks)
-            used -= std::min(used, mask.covers.size());
+            bytes += mask.covers.size();
+        used -= std::min(used, bytes);
+    }
     oldest = {style, uses, {}};
     return oldest.glyphs;
 }

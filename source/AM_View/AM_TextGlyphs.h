@@ -21,9 +21,12 @@ struct AM_TextMask {
 };
 
 struct AM_TextGlyph {
-    u32 index = 0;      // within the font; 0 if it has none for the character
-    f64 advance = 0;    // in steps of the pen
-    bool large = false; // too large to be kept as a mask
+    static constexpr size_t k_kerningBytes = 48; // of an entry, about
+
+    u32 index = 0;                        // within the font; 0 if it has none for the character
+    f64 advance = 0;                      // in steps of the pen
+    bool large = false;                   // too large to be kept as a mask
+    std::unordered_map<u32, f64> kerning; // steps of the pen, by the index of the glyph before
     std::array<bool, 4> made{};
     std::array<AM_TextMask, 4> masks; // by the quarter of a pixel on which it stands
 };
@@ -34,7 +37,8 @@ public:
     using Glyphs = std::unordered_map<u32, AM_TextGlyph>;
     // Those of a style, by character. Good until the next call.
     Glyphs& of(const AM_TextStyle& style);
-    // Counts bytes of a new mask; forgets all masks before it becomes too many.
+    bool has(const AM_TextStyle& style) const;
+    // Counts bytes that are kept; forgets all glyphs before it becomes too many.
     void count(size_t bytes) { used += bytes; }
 
 private:

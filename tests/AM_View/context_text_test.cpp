@@ -93,6 +93,26 @@ TEST(ContextText, BaselineAndQuartersOfAPixel) {
     EXPECT_NEAR(large.bottom - large.top, kept.bottom - kept.top, 3);
 }
 
+TEST(ContextText, SizesThatTakeTurnsKeepTheirGlyphs) {
+    // Each letter is new to a size after the other size was drawn.
+    const auto heightOf = [](const char* text, f32 size) {
+        const Ink ink = drawn(text, {0, 0, 200, 60}, 0, 0, 1, true, size);
+        return f64(ink.bottom - ink.top + 1) / size;
+    };
+    AM_AGG_Context c(200, 60, 1, false);
+    const auto widthOf = [&c](const char* text, f32 size) {
+        c.setFontSize(size);
+        return f64(c.getTextWidth(text)) / size;
+    };
+    for (const char* text : {"K", "KV", "KVW", "AVKW"}) {
+        EXPECT_NEAR(heightOf(text, 43.25f), 0.73, 0.03) << text;
+        EXPECT_NEAR(heightOf(text, 11.75f), 0.73, 0.06) << text;
+        EXPECT_NEAR(widthOf(text, 43.25f), widthOf(text, 11.75f), 0.04) << text;
+    }
+    EXPECT_LT(widthOf("AV", 43.25f), widthOf("A", 43.25f) + widthOf("V", 43.25f) - 0.03);
+    EXPECT_EQ(widthOf("AV", 43.25f), widthOf("AV", 43.25f));
+}
+
 TEST(ContextText, IsShortenedToTheWidth) {
     AM_AGG_Context c(200, 60, 1.3f, false);
     c.setFontSize(11);

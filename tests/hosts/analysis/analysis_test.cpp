@@ -66,10 +66,10 @@ TEST(EnergyDecay, TakesTheRangeThatLengthAndNoiseFloorAllow) {
         f64 floor;  // dB below its begin
         DecayRange range;
         f64 tolerance;
-    } cases[] = {{1.5, 200, DecayRange::t30, 0.01}, {0.85, 200, DecayRange::t20, 0.02},
+    } cases[] = {{1.5, 200, DecayRange::t30, 0.01},  {0.85, 200, DecayRange::t20, 0.02},
                  {0.65, 200, DecayRange::t10, 0.03}, {0.3, 200, DecayRange::none, 0},
-                 {1.5, 65, DecayRange::t30, 0.02},  {1.5, 50, DecayRange::t20, 0.03},
-                 {1.5, 45, DecayRange::t10, 0.04},  {1.5, 20, DecayRange::none, 0}};
+                 {1.5, 65, DecayRange::t30, 0.02},   {1.5, 50, DecayRange::t20, 0.03},
+                 {1.5, 45, DecayRange::t10, 0.04},   {1.5, 20, DecayRange::none, 0}};
     for (const auto& [length, floor, range, tolerance] : cases) {
         std::vector<f32> noise = makeDecay(length, 1);
         const std::vector<f32> added = makeNoise(length, 8, 0.1 * std::pow(10, -floor / 20));
