@@ -112,6 +112,8 @@ private:
     AM_Pixel getPixelColour() const;
 
     void beginShape();
+    // The shape of a polygon to fill with the paint; false if there is neither.
+    bool beginPolygon(const AM_Point* points, i32 count);
     void addPoint(AM_DevicePoint point);
     void endPolygon();
     void addPoints(const AM_Point* points, i32 count);

@@ -202,26 +202,20 @@ void AM_AGG_Context::fillPathGradient(const AM_Path& area, const AM_Colour& grad
     fillGradient(gradient);
 }
 
-void AM_AGG_Context::fillPolygon(const AM_Point* points, i32 count) {
-    if (!paint) {
-        AM_Log("PaintColour is NULL");
-        return;
-    }
-    if (!points || count < 3) return;
+bool AM_AGG_Context::beginPolygon(const AM_Point* points, i32 count) {
+    if (!paint) AM_Log("PaintColour is NULL");
+    if (!paint || !points || count < 3) return false;
     beginShape();
     addPoints(points, count);
-    fillShape();
+    return true;
+}
+
+void AM_AGG_Context::fillPolygon(const AM_Point* points, i32 count) {
+    if (beginPolygon(points, count)) fillShape();
 }
 
 void AM_AGG_Context::fillPolygonGradient(const AM_Point* points, i32 count) {
-    if (!paint) {
-        AM_Log("PaintColour is NULL");
-        return;
-    }
-    if (!points || count < 3) return;
-    beginShape();
-    addPoints(points, count);
-    fillGradient(*paint);
+    if (beginPolygon(points, count)) fillGradient(*paint);
 }
 
 void AM_AGG_Context::fillRect(const AM_Rect& rect) {

@@ -7,16 +7,6 @@
 
 #include <vector>
 
-// Whole pixels; `right` and `bottom` are behind the last.
-struct AM_PixelClip {
-    i32 left = 0;
-    i32 top = 0;
-    i32 right = 0;
-    i32 bottom = 0;
-
-    bool isEmpty() const { return right <= left || bottom <= top; }
-};
-
 // The share of the pixel at `x` to `x` + 1 that lies in `begin` to `end`.
 f64 AM_pixelShare(f64 x, f64 begin, f64 end);
 
@@ -25,7 +15,7 @@ class AM_ImageRotation {
 public:
     struct Job {
         AM_PixelView target;
-        AM_PixelClip clip; // inside of the target
+        AM_PixelRect clip; // inside of the target
         AM_PixelView image;
         AM_PixelView mask; // empty for none
         f64 left;          // of the image before it turns

@@ -1,6 +1,7 @@
 #include "AM_PixelBlend.h"
 
 #include "AM_Colour.h"
+#include "AM_PixelVectors.h"
 
 #include <algorithm>
 #include <cstring>
@@ -152,10 +153,6 @@ __m128i overOpaque(__m128i d, __m128i s, __m128i a) {
     return _mm_mulhi_epu16(_mm_add_epi16(sum, _mm_set1_epi16(128)), _mm_set1_epi16(257));
 }
 
-__m128i spreadAlpha(__m128i pixels) {
-    return _mm_shufflehi_epi16(_mm_shufflelo_epi16(pixels, 0xff), 0xff);
-}
-
 // Four pixels by the vector; false if the backdrop is not opaque.
 bool overFour(u8* d, const u8* s, u32 alpha, const u8* cover) {
     const __m128i zero = _mm_setzero_si128();
@@ -174,21 +171,17 @@ bool overFour(u8* d, const u8* s, u32 alpha, const u8* cover) {
         return false;
     const __m128i low = _mm_unpacklo_epi8(source, zero);
     const __m128i high = _mm_unpackhi_epi8(source, zero);
-    __m128i lowAlpha = spreadAlpha(low);
-    __m128i highAlpha = spreadAlpha(high);
+    __m128i lowAlpha = AM_spreadAlpha(low);
+    __m128i highAlpha = AM_spreadAlpha(high);
     if (alpha != 255) {
         const __m128i a = _mm_set1_epi16(static_cast<short>(alpha));
         lowAlpha = times255(lowAlpha, a);
         highAlpha = times255(highAlpha, a);
     }
     if (cover) {
-        i32 four;
-        std::memcpy(&four, cover, 4);
-        const __m128i bytes = _mm_cvtsi32_si128(four);
-        const __m128i twice = _mm_unpacklo_epi8(bytes, bytes);
-        const __m128i each = _mm_unpacklo_epi8(twice, twice);
-        lowAlpha = times255(lowAlpha, _mm_unpacklo_epi8(each, zero));
-        highAlpha = times255(highAlpha, _mm_unpackhi_epi8(each, zero));
+        const AM_SpreadCovers covers(cover);
+        lowAlpha = times255(lowAlpha, covers.low);
+        highAlpha = times255(highAlpha, covers.high);
     }
     const __m128i a = overOpaque(_mm_unpacklo_epi8(back, zero), low, lowAlpha);
     const __m128i b = overOpaque(_mm_unpackhi_epi8(back, zero), high, highAlpha);
@@ -218,8 +211,8 @@ bool overLane(u8* d, const u8* s) {
         const __m128i source = _mm_loadu_si128(vectors(s) + k);
         const __m128i low = _mm_unpacklo_epi8(source, zero);
         const __m128i high = _mm_unpackhi_epi8(source, zero);
-        const __m128i a = overOpaque(_mm_unpacklo_epi8(back[k], zero), low, spreadAlpha(low));
-        const __m128i b = overOpaque(_mm_unpackhi_epi8(back[k], zero), high, spreadAlpha(high));
+        const __m128i a = overOpaque(_mm_unpacklo_epi8(back[k], zero), low, AM_spreadAlpha(low));
+        const __m128i b = overOpaque(_mm_unpackhi_epi8(back[k], zero), high, AM_spreadAlpha(high));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(d) + k, _mm_packus_epi16(a, b));
     }
     return true;

@@ -13,3 +13,13 @@ struct AM_PixelView {
     bool isEmpty() const { return !pixels || width < 1 || height < 1; }
     u8* row(i32 y) const { return pixels + static_cast<i64>(y) * rowBytes; }
 };
+
+// A rectangle of pixels: right and bottom are not part of it.
+struct AM_PixelRect {
+    i32 left = 0;
+    i32 top = 0;
+    i32 right = 0;
+    i32 bottom = 0;
+
+    bool isEmpty() const { return right <= left || bottom <= top; }
+};

@@ -1,6 +1,7 @@
 #include "AM_PremultipliedRow.h"
 
 #include "AM_PixelBlend.h"
+#include "AM_PixelVectors.h"
 
 #include <algorithm>
 #include <cstring>
@@ -15,15 +16,11 @@ __m128i* vectors(void* to) {
     return static_cast<__m128i*>(to);
 }
 
-__m128i spreadAlpha(__m128i pixels) {
-    return _mm_shufflehi_epi16(_mm_shufflelo_epi16(pixels, 0xff), 0xff);
-}
-
 // Bytes times alpha, times 64 / 255; 16449 / 65536 is a trifle more than that, which makes the
 // truncated results exact for opaque pixels.
 __m128i premultiply(__m128i pixels) {
     const __m128i opaque = _mm_set_epi16(255, 0, 0, 0, 255, 0, 0, 0);
-    const __m128i product = _mm_mullo_epi16(_mm_or_si128(pixels, opaque), spreadAlpha(pixels));
+    const __m128i product = _mm_mullo_epi16(_mm_or_si128(pixels, opaque), AM_spreadAlpha(pixels));
     return _mm_mulhi_epu16(product, _mm_set1_epi16(16449));
 }
 
@@ -58,7 +55,8 @@ __m128i toBytes(__m128i low, __m128i high) {
 
 // Two pixels over an opaque backdrop; d * 257 / 65536 is d / 255.
 __m128i over(__m128i d, __m128i p) {
-    const __m128i rest = _mm_sub_epi16(_mm_set1_epi16(AM_PremultipliedRow::k_full), spreadAlpha(p));
+    const __m128i rest =
+        _mm_sub_epi16(_mm_set1_epi16(AM_PremultipliedRow::k_full), AM_spreadAlpha(p));
     const __m128i share = _mm_mullo_epi16(d, _mm_set1_epi16(257));
     return _mm_add_epi16(p, _mm_mulhi_epu16(rest, share));
 }
@@ -91,13 +89,9 @@ bool blendFour(u8* target, const i16* row, u32 alpha, const u8* cover) {
         high = weigh(high, _mm_set1_epi16(static_cast<short>(alpha)));
     }
     if (cover) {
-        i32 four;
-        std::memcpy(&four, cover, 4);
-        const __m128i bytes = _mm_cvtsi32_si128(four);
-        const __m128i twice = _mm_unpacklo_epi8(bytes, bytes);
-        const __m128i each = _mm_unpacklo_epi8(twice, twice);
-        low = weigh(low, _mm_unpacklo_epi8(each, zero));
-        high = weigh(high, _mm_unpackhi_epi8(each, zero));
+        const AM_SpreadCovers covers(cover);
+        low = weigh(low, covers.low);
+        high = weigh(high, covers.high);
     }
     low = over(_mm_unpacklo_epi8(back, zero), low);
     high = over(_mm_unpackhi_epi8(back, zero), high);
@@ -191,7 +185,7 @@ void clamp(i16* row, i32 count) {
     for (; i + 2 <= count; i += 2) {
         const __m128i two = _mm_loadu_si128(vectors(row + 4 * i));
         const __m128i positive = _mm_max_epi16(two, _mm_setzero_si128());
-        const __m128i limit = _mm_min_epi16(spreadAlpha(positive), full);
+        const __m128i limit = _mm_min_epi16(AM_spreadAlpha(positive), full);
         _mm_storeu_si128(vectors(row + 4 * i), _mm_min_epi16(positive, limit));
     }
     if (i < count) {

@@ -60,12 +60,12 @@ AM_PixelView turned(const AM_PixelView& image, i32 quarters, std::vector<u8>& st
     return result;
 }
 
-AM_PixelClip met(const AM_PixelClip& a, const AM_PixelClip& b) {
+AM_PixelRect met(const AM_PixelRect& a, const AM_PixelRect& b) {
     return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
             std::min(a.bottom, b.bottom)};
 }
 
-AM_PixelClip around(f64 left, f64 top, f64 right, f64 bottom) {
+AM_PixelRect around(f64 left, f64 top, f64 right, f64 bottom) {
     return {static_cast<i32>(std::floor(left)), static_cast<i32>(std::floor(top)),
             static_cast<i32>(std::ceil(right)), static_cast<i32>(std::ceil(bottom))};
 }
@@ -78,7 +78,7 @@ AM_Resampling onePass(AM_Resampling choice) {
 
 } // namespace
 
-void AM_Resampler::draw(const AM_PixelView& target, const AM_PixelClip& clip,
+void AM_Resampler::draw(const AM_PixelView& target, const AM_PixelRect& clip,
                         const AM_PixelView& image, const AM_ImagePlacement& how,
                         AM_Resampling resampling) {
     if (target.isEmpty() || image.isEmpty() || !isReasonable(how.target)) return;
@@ -116,7 +116,7 @@ void AM_Resampler::turnQuarters(Job& job, i32 quarters) {
 void AM_Resampler::drawStraight(const Job& job) {
     const f64 right = job.left + job.width;
     const f64 bottom = job.top + job.height;
-    const AM_PixelClip clip = met(job.clip, around(job.left, job.top, right, bottom));
+    const AM_PixelRect clip = met(job.clip, around(job.left, job.top, right, bottom));
     if (clip.isEmpty()) return;
     const AM_ScaledArea area{clip.left, clip.top, clip.right, clip.bottom,
                              job.left,  job.top,  job.width,  job.height};

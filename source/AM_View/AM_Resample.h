@@ -25,14 +25,14 @@ public:
     // whole pixels (up to 1/512), not rotated but by multiples of 90 degrees, is copied. What is
     // empty, not finite or outside of the clip draws nothing; the mask is stretched, bilinearly,
     // over the target and turns with it.
-    void draw(const AM_PixelView& target, const AM_PixelClip& clip, const AM_PixelView& image,
+    void draw(const AM_PixelView& target, const AM_PixelRect& clip, const AM_PixelView& image,
               const AM_ImagePlacement& how, AM_Resampling resampling);
 
 private:
     // What `draw` was asked for, made sure of.
     struct Job {
         AM_PixelView target;
-        AM_PixelClip clip;
+        AM_PixelRect clip;
         AM_PixelView image;
         AM_PixelView mask; // may be empty
         f64 left;

@@ -2,19 +2,9 @@
 // what lies between pairs of them is inside. Coverage is the exact area of the pixel inside.
 #pragma once
 
-#include "AM_Types.h"
+#include "AM_PixelView.h"
 
 #include <vector>
-
-// A rectangle of pixels: right and bottom are not part of it.
-struct AM_PixelRect {
-    i32 left = 0;
-    i32 top = 0;
-    i32 right = 0;
-    i32 bottom = 0;
-
-    bool isEmpty() const { return right <= left || bottom <= top; }
-};
 
 // Takes runs of coverages, 0 to 255, from top to bottom.
 class AM_ISpanSink {

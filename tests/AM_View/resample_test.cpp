@@ -12,7 +12,7 @@
 namespace {
 
 void draw(PixelBuffer& target, PixelBuffer& image, const AM_ImagePlacement& how,
-          AM_Resampling choice, AM_PixelClip clip = {0, 0, 100000, 100000}) {
+          AM_Resampling choice, AM_PixelRect clip = {0, 0, 100000, 100000}) {
     AM_Resampler().draw(target.view(), clip, image.view(), how, choice);
 }
 
