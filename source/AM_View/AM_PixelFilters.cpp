@@ -175,13 +175,15 @@ struct HsvShift {
     }
 };
 
-// Two rounds of xorshift on a spread-out index.
+// Two rounds of xorshift on a spread-out index. Shifts alone are linear, and would show as stripes
+// in buffers of some widths; the products are what breaks them up.
 u32 hash(u32 index) {
-    u32 x = (index + 1) * 0x9e3779b1u | 1u;
+    u32 x = (index + 1) * 0x9e3779b1u;
     for (i32 round = 0; round < 2; ++round) {
         x ^= x << 13;
         x ^= x >> 17;
         x ^= x << 5;
+        x *= 0x9e3779b1u;
     }
     return x;
 }
