@@ -86,6 +86,11 @@ TEST(ContextText, BaselineAndQuartersOfAPixel) {
         const Ink hard = drawn("Wave 0.25", {20 + shift, 10, 150, 30}, 0, 0, 1, false);
         EXPECT_EQ(hard.levels, (std::set<u8>{0, 255}));
     }
+    // A hard stem that is thinner than a pixel is there, wherever it lies.
+    for (f32 size = 6; size < 14; size += 0.1f)
+        for (const char* stem : {"i", "l", "I", "|"})
+            EXPECT_GE(drawn(stem, {20, 10, 150, 30}, 0, 0, 1, false, size).sum, 3 * 255)
+                << stem << size;
     // Glyphs that are too large to be kept are drawn alike.
     const Ink large = drawn("l", {20, 0, 150, 60}, 0, 1, 2, true, 49);
     const Ink kept = drawn("l", {20, 0, 150, 60}, 0, 1, 2, true, 47.9f);
