@@ -79,8 +79,8 @@ void gradients(AM_Context& c) {
     const auto metal =
         makeGradient({{0, 0xf4f6f8ff}, {0.5f, 0x8a929cff}, {0.5f, 0x5a626cff}, {1, 0x9aa2acff}});
     c.setColour(metal.get());
-    c.fillArc({190, 130}, 25, 48, 210, 510);
-    c.fillArc({270, 130}, 0, 40, 0, 360);
+    c.fillArc({187, 130}, 25, 46, 210, 510);
+    c.fillArc({276, 130}, 0, 36, 0, 360);
     const auto bars = makeGradient({{0, 0x60e0a0ff}, {1, 0x103020ff}});
     c.setColour(bars.get());
     for (i32 i = 0; i < 12; ++i)
@@ -129,6 +129,44 @@ void clips(AM_Context& c) {
         c.popClip();
         c.popClip();
     }
+    c.setGlobalClip({20, 186, 280, 6});
+    c.setRGBA(0x64c8ffff);
+    for (i32 i = 0; i < 36; ++i)
+        c.fillArc({4 + static_cast<f32>(i) * 9, 186}, 0, 4.5f, 0, 360);
+    c.beginDraw();
+}
+
+// The ways to a polygon: with the paint, as values or a gradient, and as a path.
+void polygons(AM_Context& c) {
+    const auto ember = makeGradient({{0, 0xffe9a8ff}, {0.5f, 0xf07030ff}, {1, 0x601840ff}});
+    const auto place = [](i32 i) {
+        return AM_Point{58 + static_cast<f32>(i % 3) * 102, 52 + static_cast<f32>(i / 3) * 96};
+    };
+    const auto outline = [&](i32 i, i32 tips) { return star(place(i).x, place(i).y, 42, tips); };
+    const auto fill = [&](const AM_Path& path, bool asGradient) {
+        const auto& points = path.polygons[0];
+        if (asGradient)
+            c.fillPolygonGradient(points.data(), static_cast<i32>(points.size()));
+        else
+            c.fillPolygon(points.data(), static_cast<i32>(points.size()));
+    };
+    const f32 translucent[4] = {0.4f, 0.8f, 1, 0.6f};
+    c.setPaint(translucent);
+    fill(outline(0, 6), false);
+    fill(star(place(0).x, place(0).y, 24, 3), false);
+    c.setColour(ember.get());
+    fill(outline(1, 8), false);
+    c.resetColour();
+    fill(outline(2, 8), true);
+    AM_Path& shared = c.getPath();
+    shared.polygons = outline(3, 12).polygons;
+    shared.polygons.push_back(star(place(3).x, place(3).y, 20, 12).polygons[0]);
+    c.fillPathGradient(shared, *ember);
+    c.fillPathGradient(outline(4, 4), AM_Colour("flat", 0x60e0a0ff));
+    const AM_Point from{place(5).x - 30, place(5).y - 30}, to{place(5).x + 30, place(5).y + 30};
+    c.setGradientAxis(&from, &to);
+    c.fillPath(outline(5, 20), *ember);
+    c.setGradientAxis(nullptr, nullptr);
 }
 } // namespace
 
@@ -138,5 +176,6 @@ std::vector<Scene> areaScenes() {
             {"areas-gradients", "gradients along both axes, with alpha and with a step", 320, 200,
              gradients},
             {"areas-paths", "polygons with holes, flat and with gradients", 320, 200, paths},
+            {"areas-polygons", "polygons by each way of filling", 320, 200, polygons},
             {"areas-clips", "clips inside of clips, with an origin", 320, 200, clips}};
 }

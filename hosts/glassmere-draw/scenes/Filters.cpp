@@ -9,6 +9,7 @@
 
 namespace {
 constexpr f32 k_size = 84;
+constexpr f32 k_captions = 26; // below each
 
 struct Setting {
     const char* property;
@@ -48,16 +49,17 @@ public:
             else
                 text += std::string(setting.property) + " " + setting.value;
         }
+        if (text.empty()) text = settings.size() == 0 ? "as it is at first" : "to the lower right";
         filter.applyFilter(&layer);
         const f32 x = 4 + static_cast<f32>(number % columns) * (k_size + 8);
-        const f32 y = 4 + static_cast<f32>(number / columns) * (k_size + 20);
+        const f32 y = 4 + static_cast<f32>(number / columns) * (k_size + k_captions);
         ++number;
         context.setRGBA(0x3d4652ff);
         context.fillRect({x, y, k_size, k_size});
         context.drawOffscreen(&layer, {x, y, k_size, k_size}, 1);
         context.setRGBA(k_sceneInk);
-        context.setFontSize(7);
-        context.drawText(text.c_str(), {x - 4, y + k_size + 1, k_size + 8, 12}, 1, 1);
+        context.setFontSize(7.5f);
+        writeCaption(text, x, y + k_size + 1);
     }
     template <class Filter>
     void show(Settings settings, AM_Colour* colour = nullptr) {
@@ -67,6 +69,18 @@ public:
     }
 
 private:
+    // In two lines if it is long, parted at the last comma or space.
+    void writeCaption(const std::string& text, f32 x, f32 y) {
+        const AM_Rect first{x - 4, y, k_size + 8, 11};
+        size_t end = text.size();
+        if (context.getTextWidth(text.c_str()) > k_size + 4) {
+            const size_t comma = text.rfind(", ");
+            end = comma != std::string::npos ? comma + 1 : text.rfind(' ');
+        }
+        context.drawText(text.substr(0, end).c_str(), first, 1, 1);
+        if (end < text.size()) context.drawText(text.c_str() + end + 1, first.movedBy(0, 10), 1, 1);
+    }
+
     AM_Context& context;
     i32 columns;
     i32 number = 0;
@@ -153,8 +167,8 @@ void noise(AM_Context& c) {
 } // namespace
 
 std::vector<Scene> filterScenes() {
-    return {{"filters-standard", "the standard filter, property by property", 556, 212, standard},
-            {"filters-bump", "the relief of the alpha", 556, 108, bump},
-            {"filters-shadow", "shadows inside and outside, highlights and rims", 556, 316, shadow},
-            {"filters-noise", "gradient noise", 556, 212, noise}};
+    return {{"filters-standard", "the standard filter, property by property", 556, 224, standard},
+            {"filters-bump", "the relief of the alpha", 556, 114, bump},
+            {"filters-shadow", "shadows inside and outside, highlights and rims", 556, 334, shadow},
+            {"filters-noise", "gradient noise", 556, 224, noise}};
 }

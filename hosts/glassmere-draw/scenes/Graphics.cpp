@@ -80,7 +80,7 @@ void values(AM_Context& c) {
         AM_Graphic* const shape = lists.make(type, settings);
         for (i32 i = 0; i <= 8; ++i) {
             const f32 value = static_cast<f32>(i) / 8;
-            shape->drawInRect(&c, {8 + 48 * static_cast<f32>(i), y, 40, 40}, 1, value);
+            c.drawGraphic(shape, {8 + 48 * static_cast<f32>(i), y, 40, 40}, value, 1);
         }
         y += 48;
     }
@@ -148,9 +148,10 @@ void strips(AM_Context& c) {
     Lists lists;
     AM_Graphic* const disc = lists.make(
         "circ",
-        {{"colour", 0, "slate"}, {"radius", 2, "0"}, {"radius", 3, "0.8"}, {"angles", 3, "360"}});
+        {{"colour", 0, "slate"}, {"radius", 2, "0"}, {"radius", 3, "0.9"}, {"angles", 3, "360"}});
     AM_Graphic* const pointer =
-        lists.make("rotate tri", {{"colour", 0, "amber"}, {"innerRadius", 0, "0.4"}});
+        lists.make("rotate tri",
+                   {{"colour", 0, "amber"}, {"innerRadius", 0, "0.35"}, {"outerRadius", 0, "0.7"}});
     AM_MultiFrameGraphic strip;
     for (i32 i = 0; i < 5; ++i) {
         auto frame = std::make_unique<AM_AGG_Graphic>();

@@ -19,8 +19,10 @@ void hairlines(AM_Context& c) {
     }
     for (i32 i = 0; i <= 18; ++i) {
         const f32 angle = static_cast<f32>(i) * 3.14159265f / 36;
+        const AM_Point way{std::sin(angle), -std::cos(angle)};
         c.setLineWidth(1);
-        c.drawLine({210, 190}, {210 + 105 * std::sin(angle), 190 - 105 * std::cos(angle)});
+        c.drawLine({210.5f + 15 * way.x, 189.5f + 15 * way.y},
+                   {210.5f + 100 * way.x, 189.5f + 100 * way.y});
     }
 }
 
@@ -31,8 +33,10 @@ void frames(AM_Context& c) {
     }
     for (i32 i = 0; i < 5; ++i) {
         const f32 width = static_cast<f32>(i + 1);
-        const f32 left = 205 + static_cast<f32>(i % 2) * 55;
-        const f32 top = 12 + static_cast<f32>(i / 2) * 60;
+        // Odd widths are sharp around the middle of pixels, even ones between them.
+        const f32 half = i % 2 == 0 ? 0.5f : 0;
+        const f32 left = 205 + half + static_cast<f32>(i % 2) * 55;
+        const f32 top = 13 + half + static_cast<f32>(i / 2) * 62;
         c.strokeRect({left, top, 42, 48}, width);
     }
 }
@@ -42,13 +46,13 @@ void circles(AM_Context& c) {
         c.strokeCircle({100, 100}, static_cast<f32>(i) * 7.5f, 1);
     for (i32 i = 0; i < 6; ++i) {
         c.setRGBAF(0.4f, 0.75f, 1, 1);
-        const f32 x = 215 + static_cast<f32>(i % 3) * 40;
+        const f32 x = 217 + static_cast<f32>(i % 3) * 39;
         const f32 y = 40 + static_cast<f32>(i / 3) * 50;
-        c.strokeCircle({x, y}, 16, 0.5f + static_cast<f32>(i) * 1.5f);
+        c.strokeCircle({x, y}, 14, 0.5f + static_cast<f32>(i) * 1.5f);
     }
     c.setRGBAF(1, 0.8f, 0.3f, 1);
     for (i32 i = 0; i < 8; ++i)
-        c.strokeCircle({207 + static_cast<f32>(i) * 14, 150}, static_cast<f32>(i) * 0.9f, 1);
+        c.strokeCircle({204 + static_cast<f32>(i) * 15, 150}, static_cast<f32>(i) * 0.9f, 1);
 }
 
 // One translucent stroke is even where it crosses and turns; a pen's lines are not.

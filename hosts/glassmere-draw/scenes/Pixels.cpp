@@ -28,15 +28,24 @@ void paintBackdrop(AM_Context& c, f32 size) {
     c.resetColour();
 }
 
-// A band that goes from black to white, a translucent orange, and nothing.
+// A band that goes from black to white in steps, a translucent orange, and nothing.
 void paintSource(AM_Context& c, f32 size) {
-    for (i32 i = 0; i < 8; ++i) {
-        const f32 grey = static_cast<f32>(i) / 7;
-        c.setRGBAF(grey, grey, grey, 1);
-        c.fillRect({static_cast<f32>(i) * size / 8, size * 0.2f, size / 8, size * 0.22f});
+    AM_Colour steps("steps");
+    for (i32 i = 0; i < 16; ++i) {
+        const u32 grey = static_cast<u32>(i / 2) * 255 / 7;
+        auto* stop = new AM_Colour("stop", grey * 0x01010100u | 0xff);
+        stop->setLocation(static_cast<f32>((i + 1) / 2) / 8);
+        stop->setGradientElement(true);
+        steps.add(stop);
     }
+    const AM_Point from{0, 0};
+    const AM_Point to{size, 0};
+    c.setGradientAxis(&from, &to);
+    c.setColour(&steps);
+    c.fillRect({0, size / 5, size, size / 5});
+    c.setGradientAxis(nullptr, nullptr);
     c.setRGBA(0xff902080);
-    c.fillRect({0, size * 0.55f, size, size * 0.22f});
+    c.fillRect({0, size * 0.55f, size, size / 5});
 }
 
 void blendModes(AM_Context& c) {
@@ -92,14 +101,15 @@ void operations(AM_Context& c) {
     constexpr f32 size = 70;
     i32 number = 0;
     for (const Operation& operation : k_operations) {
-        AM_AGG_Context layer(size + 16, size + 16, c.getScale(), false);
-        layer.setOrigin({8, 8});
+        // Room for what a blur spreads.
+        AM_AGG_Context layer(size + 24, size + 24, c.getScale(), false);
+        layer.setOrigin({12, 12});
         paintPicture(layer, size);
         operation.apply(layer, c.getScale());
-        const f32 x = 4 + static_cast<f32>(number % 5) * 88;
-        const f32 y = 4 + static_cast<f32>(number / 5) * 104;
+        const f32 x = static_cast<f32>(number % 5) * 96;
+        const f32 y = static_cast<f32>(number / 5) * 106;
         c.drawOffscreen(&layer, {x, y, 0, 0}, 1);
-        label(c, operation.name, {x, y + size + 14, size + 16, 14});
+        label(c, operation.name, {x, y + size + 22, size + 24, 14});
         ++number;
     }
 }
@@ -162,7 +172,7 @@ void imagePlacements(AM_Context& c) {
 
 std::vector<Scene> pixelScenes() {
     return {{"pixels-blend", "the blend modes", 406, 200, blendModes},
-            {"pixels-operations", "blurs, noise and corrections", 444, 320, operations},
+            {"pixels-operations", "blurs, noise and corrections", 480, 324, operations},
             {"pixels-resampling", "an image enlarged, reduced and rotated", 604, 252, resampling},
             {"pixels-placement", "an image turned, masked, faded and blended", 464, 156,
              imagePlacements}};

@@ -7,10 +7,12 @@
 namespace {
 void sizes(AM_Context& c) {
     f32 y = 6;
-    for (const f32 size : {7.f, 8.f, 9.f, 10.f, 11.f, 12.f, 14.f, 17.f, 22.f}) {
+    for (const f32 size : {7.f, 8.f, 9.f, 10.f, 11.f, 12.f, 14.f, 18.f, 24.f}) {
         c.setFontSize(size);
         const f32 height = std::ceil(size * 1.2f);
-        c.drawText("Decay 2.45 s  Diffusion  -12.5 dB", {10, y, 300, height}, 0, 0);
+        c.drawText("Decay 2.45 s  \xe2\x88\x92"
+                   "12.5 dB",
+                   {10, y, 300, height}, 0, 0);
         y += height + 4;
     }
 }
@@ -31,9 +33,14 @@ void modes(AM_Context& c) {
     }
 }
 
+// Words do not touch their frame.
+AM_Rect inside(const AM_Rect& box) {
+    return {box.left + 4.5f, box.top + 1.5f, box.width - 9, box.height - 3};
+}
+
 void alignment(AM_Context& c) {
     const char* words[] = {"left", "centre", "right"};
-    const AM_Font font("Vera", 12);
+    AM_Font font("Vera", 12);
     for (i32 v = 0; v < 3; ++v)
         for (i32 h = 0; h < 3; ++h) {
             const AM_Rect box{10.5f + static_cast<f32>(h) * 102, 10.5f + static_cast<f32>(v) * 61,
@@ -41,21 +48,23 @@ void alignment(AM_Context& c) {
             c.setRGBA(0x5a6472ff);
             c.strokeRect(box, 1);
             c.setRGBA(k_sceneInk);
-            c.setFontSize(font.getSize());
-            c.drawText(words[h], box, h, v);
+            c.setFont(&font);
+            c.drawText(words[h], inside(box), h, v);
         }
 }
 
 void ellipsis(AM_Context& c) {
     c.setFontSize(11);
     for (i32 i = 0; i < 9; ++i) {
-        const AM_Rect box{10.5f, 8.5f + static_cast<f32>(i) * 21, 290 - static_cast<f32>(i) * 34,
+        const AM_Rect box{10.5f, 8.5f + static_cast<f32>(i) * 21, 300 - static_cast<f32>(i) * 34,
                           16};
         c.setRGBA(0x5a6472ff);
         c.strokeRect(box, 1);
         c.setRGBA(k_sceneInk);
-        c.drawText("Large Hall, dark, slow modulation \xe2\x80\x93 gro\xc3\x9f und sch\xc3\xb6n",
-                   box, 0, 1);
+        const char* text =
+            "Large Hall, dark, slow modulation \xe2\x80\x93 gro\xc3\x9f und sch\xc3\xb6n";
+        const AM_Rect line = inside(box);
+        c.drawText(i % 2 ? c.ellipsise(text, line.width) : text, line, 0, 1);
     }
 }
 
@@ -70,8 +79,8 @@ void fitting(AM_Context& c) {
             c.setRGBA(0x5a6472ff);
             c.strokeRect(here, 1);
             c.setRGBA(k_sceneInk);
-            c.fitFontSize(words[i], here, 60);
-            c.drawText(words[i], here, 1, 1);
+            c.fitFontSize(words[i], inside(here), 60);
+            c.drawText(words[i], inside(here), 1, 1);
         }
     }
 }
@@ -79,7 +88,7 @@ void fitting(AM_Context& c) {
 // Ascent, baseline and descent as the metric says.
 void metrics(AM_Context& c) {
     c.setFontSize(48);
-    const AM_Rect box{15, 30, 290, 80};
+    const AM_Rect box{15, 8, 290, 80};
     const auto metric = c.getFontMetric();
     c.setRGBA(0x5a6472ff);
     c.setLineWidth(1);
@@ -89,15 +98,15 @@ void metrics(AM_Context& c) {
     c.setRGBA(k_sceneInk);
     c.drawText("\xc3\x85ngstr\xc3\xb6mly", box, 0, 0);
     c.setRGBA(0x64c8ffff);
-    c.fillRect({box.left, 100, c.getTextWidth("\xc3\x85ngstr\xc3\xb6mly"), 3});
-    c.setFontSize(120);
+    c.fillRect({box.left, 74, c.getTextWidth("\xc3\x85ngstr\xc3\xb6mly"), 3});
+    c.setFontSize(100);
     c.setRGBAF(1, 0.8f, 0.3f, 0.5f);
-    c.drawText("Rg&", {10, 95, 300, 100}, 1, 1);
+    c.drawText("Rg&", {10, 76, 300, 120}, 1, 1);
 }
 } // namespace
 
 std::vector<Scene> textScenes() {
-    return {{"text-sizes", "sizes from 7 to 22", 320, 200, sizes},
+    return {{"text-sizes", "sizes from 7 to 24", 320, 200, sizes},
             {"text-modes", "smooth on quarters of a pixel, and hard", 320, 200, modes},
             {"text-alignment", "all alignments", 320, 200, alignment},
             {"text-ellipsis", "shortened to the width", 320, 200, ellipsis},
