@@ -16,12 +16,13 @@ bool readScale(const std::string& text, f32& scale) {
 void check(const std::string& scale, DrawOptions& options) {
     if (!readScale(scale, options.scale))
         options.wrong = "--scale wants a number from 0.1 to 8, not '" + scale + "'";
-    else if (!options.scene.empty() && options.output.empty())
-        options.wrong = "the scene needs a file: -o FILE.png";
+    else if (!options.scene.empty() && options.output.empty() && options.folder.empty())
+        options.wrong = "the scene needs a file, -o FILE.png, or a folder, --into FOLDER";
     else if (options.scene.empty() && !options.output.empty())
         options.wrong = "-o needs a scene (--list names them)";
-    else if (options.scene.empty() && options.sheet.empty() && !options.list)
-        options.wrong = "a scene, --sheet or --list is needed";
+    else if (options.scene.empty() && options.folder.empty() && options.sheet.empty() &&
+             !options.list)
+        options.wrong = "a scene, --into, --sheet or --list is needed";
 }
 } // namespace
 
@@ -31,6 +32,7 @@ DrawOptions parseDrawOptions(std::vector<std::string> arguments) {
     CLI::App app("Draws scenes with the drawing context into PNG files.", "glassmere-draw");
     app.add_option("SCENE", options.scene, "name of a scene");
     app.add_option("-o,--output", options.output, "PNG file of the scene");
+    app.add_option("--into", options.folder, "folder for NAME@SCALE.png of the scene, or of all");
     app.add_option("--scale", scale, "pixels per view unit, 0.1 to 8; 1 without");
     app.add_option("--sheet", options.sheet, "PNG file of all scenes side by side");
     app.add_option("--resources", options.resources, "folder whose \"Fonts\" come first");

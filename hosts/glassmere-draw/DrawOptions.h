@@ -9,6 +9,7 @@
 struct DrawOptions {
     std::string scene;
     std::string output;    // the PNG file of the scene
+    std::string folder;    // for NAME@SCALE.png of the scene, or of all without one
     std::string sheet;     // the PNG file of all scenes
     std::string resources; // a folder with "Fonts", "" for none
     f32 scale = 1;         // 0.1 to 8

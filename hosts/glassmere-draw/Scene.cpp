@@ -1,6 +1,7 @@
 #include "Scene.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace {
 constexpr f32 k_sheetWidth = 1330;
@@ -50,6 +51,13 @@ const Scene* findScene(std::string_view name) {
     for (const Scene& scene : allScenes())
         if (name == scene.name) return &scene;
     return nullptr;
+}
+
+std::string pictureName(const Scene& scene, f32 scale) {
+    char digits[32];
+    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, scale);
+    const size_t count = error == std::errc() ? static_cast<size_t>(end - digits) : 0;
+    return std::string(scene.name) + "@" + std::string(digits, count) + ".png";
 }
 
 std::unique_ptr<AM_AGG_Context> drawScene(const Scene& scene, f32 scale) {

@@ -4,6 +4,7 @@
 #include "AM_AGG_Context.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -22,6 +23,8 @@ inline constexpr u32 k_sceneInk = 0xe8eaedff;
 const std::vector<Scene>& allScenes();
 // Null if there is none of this name.
 const Scene* findScene(std::string_view name);
+// "NAME@SCALE.png", as the picture of a scene in a folder is called.
+std::string pictureName(const Scene& scene, f32 scale);
 // The scene in a context of its own, with the background drawn before it.
 std::unique_ptr<AM_AGG_Context> drawScene(const Scene& scene, f32 scale);
 // Those scenes side by side, each with its name.

@@ -28,13 +28,16 @@ void run(const DrawOptions& options) {
     if (options.list)
         for (const Scene& scene : allScenes())
             std::printf("%-20s %s\n", scene.name, scene.about);
-    if (!options.scene.empty()) {
-        const Scene* scene = findScene(options.scene);
-        if (!scene)
-            throw std::runtime_error("there is no scene '" + options.scene +
-                                     "' (--list names them)");
-        writePng(options.output, drawScene(*scene, options.scale)->getPixels());
+    const Scene* const one = findScene(options.scene);
+    if (!options.scene.empty() && !one)
+        throw std::runtime_error("there is no scene '" + options.scene + "' (--list names them)");
+    for (const Scene& scene : allScenes()) {
+        if (one && one != &scene) continue;
+        const std::string file = options.folder + "/" + pictureName(scene, options.scale);
+        if (!options.folder.empty()) writePng(file, drawScene(scene, options.scale)->getPixels());
     }
+    if (!options.output.empty())
+        writePng(options.output, drawScene(*one, options.scale)->getPixels());
     if (!options.sheet.empty())
         writePng(options.sheet, drawSheet(allScenes(), options.scale)->getPixels());
     if (std::fflush(stdout) != 0) throw std::runtime_error("can't write to standard output");
