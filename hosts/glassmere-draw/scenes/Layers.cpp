@@ -99,7 +99,7 @@ const Operation k_operations[] = {
 void wholes(AM_Context& c) {
     c.setRGBA(0x2e3540ff);
     for (i32 i = 0; i < 23; ++i)
-        c.fillRect({static_cast<f32>(i) * 20, 0, 10, 210});
+        c.fillRect({static_cast<f32>(i) * 20, 0, 10, 200});
     c.setFontSize(9);
     const auto label = [&c](const char* text, f32 x, f32 y) {
         c.setRGBA(k_sceneInk);
@@ -113,7 +113,7 @@ void wholes(AM_Context& c) {
         paintSpot(spot);
         operation.apply(layer, spot);
         const AM_Point place{10 + static_cast<f32>(number % 4) * 90,
-                             4 + static_cast<f32>(number / 4) * 102};
+                             2 + static_cast<f32>(number / 4) * 100};
         const f32 ratio = c.getScale() / layer.getScale(); // places count in the layer's scale
         c.drawOffscreen(&layer, {place.x * ratio, place.y * ratio, 80, 80}, 1);
         label(operation.name, place.x, place.y);
@@ -123,18 +123,18 @@ void wholes(AM_Context& c) {
     Window window(c);
     layer.setBlit(&window);
     paintDiscs(layer);
-    c.setOrigin({370, 4});
+    c.setOrigin({370, 2});
     layer.flushToWindow({0, 0, 38, 80});
     layer.flushToWindow({42, 20, 38, 60});
     layer.setBlit(nullptr);
     c.setOrigin({});
-    label("flushed parts", 370, 4);
+    label("flushed parts", 370, 2);
 }
 } // namespace
 
 std::vector<Scene> layerScenes() {
     return {{"layers-offscreen", "the same at once, through a layer, faded and clipped", 320, 200,
              offscreen},
-            {"layers-wholes", "added, masked, faded, cleared, of other sizes, flushed", 460, 206,
+            {"layers-wholes", "added, masked, faded, cleared, of other sizes, flushed", 460, 200,
              wholes}};
 }

@@ -31,6 +31,9 @@ struct Picture {
     const Scene* scene;
     f32 scale;
     std::string name() const { return pictureName(*scene, scale); }
+    friend std::ostream& operator<<(std::ostream& out, const Picture& picture) {
+        return out << picture.name();
+    }
 };
 
 std::vector<Picture> allPictures() {
