@@ -1,6 +1,7 @@
 // A set of bits that any thread may set and one thread takes over word by word.
 #pragma once
 
+#include "AM_Take.h"
 #include "AM_Types.h"
 
 #include <atomic>
@@ -29,9 +30,7 @@ public:
     }
     // All bits of a word, which is clear afterwards. Bit b stands for index * 64 + b.
     u64 take(i32 wordIndex) {
-        std::atomic<u64>& taken = bits[static_cast<size_t>(wordIndex)];
-        if (taken.load(std::memory_order_relaxed) == 0) return 0;
-        return taken.exchange(0, std::memory_order_acq_rel);
+        return AM_take(bits[static_cast<size_t>(wordIndex)]);
     }
 
 private:

@@ -336,9 +336,10 @@ private:
     void abandonBlock();
     bool baseLatencyNeeded();
     void processWithCarry();
+    void rest();
     void beginBlock(i32 numMeters);
     void beginSubBlock(i32 frames);
-    bool dispatchEvents(i32 from, i32 to);
+    void dispatchEvents(i32 from, i32 to);
     void carryEvents(i32 frames) { eventQueue.carryEvents(frames); }
     void runCircuit(i32 frames, i32 framesLeft);
     void endSubBlock();

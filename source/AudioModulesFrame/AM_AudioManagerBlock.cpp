@@ -6,6 +6,7 @@
 #include "AM_Silence.h"
 #include "AM_StopWatch.h"
 #include "AM_SwingClock.h"
+#include "AM_Take.h"
 
 #include <algorithm>
 #include <mutex>
@@ -29,7 +30,7 @@ void AM_AudioMan::handleEvent(i32 type, i32 id, f32 field1, f32 field2, u32 time
 void AM_AudioMan::processBlock() {
     if (getRunState() != k_initialised) return;
     const AM_AudioThreadScope onAudioThread;
-    blockRunning = true;
+    blockRunning.store(true, std::memory_order_relaxed);
     try {
         const std::lock_guard lock(stateLock);
         insideBlock = true;
@@ -42,7 +43,7 @@ void AM_AudioMan::processBlock() {
     } catch (...) {
         if (errorLogged.first()) AM_Log("ERROR: no lock for a block");
     }
-    blockRunning = false;
+    blockRunning.store(false, std::memory_order_relaxed);
 }
 
 void AM_AudioMan::abandonBlock() {
@@ -58,7 +59,7 @@ void AM_AudioMan::runBlock() {
     eventQueue.swapEvents();
     if (runBypassed()) return;
     resetCount = 0;
-    if (modulationDirty.exchange(false)) refreshModulationMap();
+    if (AM_take(modulationDirty)) refreshModulationMap();
     if (context->numFrames < 1) {
         carryEvents(0);
         resetAfterStateChange();
@@ -115,8 +116,6 @@ void AM_AudioMan::processWithCarry() {
     const bool innerBuses = circuit->getNumBusChannels() > used;
     // Silence in, and nothing that waits: as long as no module makes a sound, no sample is touched.
     bool still = inputSilent && !hasSideChain && !innerBuses && (busCleared || carry.isSilent());
-    // And with modules that have nothing to do, only the time goes on.
-    bool resting = false;
     if (still && !busCleared) std::fill(bus(0), bus(context->numBusChannels), 0.0f);
 
     i32 done = 0;
@@ -132,16 +131,12 @@ void AM_AudioMan::processWithCarry() {
             carry.readInput(context->inputs, sideChains, context->audioBuffer);
             if (innerBuses) std::fill(bus(used), bus(context->numBusChannels), 0.0f);
         }
-        if (dispatchEvents(done - waiting, done - waiting + frames)) resting = false;
-        if (resting)
-            context->quadCounter += static_cast<u64>(frames / k_quadFrames);
-        else
-            runCircuit(frames, context->numFrames - done - frames);
-        if (still && !resting && !busIsSilent(channels)) {
+        dispatchEvents(done - waiting, done - waiting + frames);
+        runCircuit(frames, context->numFrames - done - frames);
+        if (still && !busIsSilent(channels)) {
             still = false;
             carry.writeSilence(routes);
         }
-        resting = still && (resting || circuit->isResting());
         if (still) {
             outputGain.pass(direct);
             carry.skipOutput();
@@ -154,11 +149,24 @@ void AM_AudioMan::processWithCarry() {
         }
         endSubBlock();
         done += frames;
+        if (still && circuit->isResting() && eventQueue.isRead()) rest();
     }
     busCleared = still;
     if (still) carry.writeSilence(routes);
     carry.endBlock(context->inputs, sideChains, routes);
     endBlock(channels);
+}
+
+// The rest of a block in which nothing sounds, waits or will happen: only the time goes on.
+void AM_AudioMan::rest() {
+    while (const i32 frames = carry.nextSubBlock()) {
+        beginSubBlock(frames);
+        outputGain.pass(carry.directFrames());
+        carry.skipInput();
+        carry.skipOutput();
+        context->quadCounter += static_cast<u64>(frames / k_quadFrames);
+        endSubBlock();
+    }
 }
 
 bool AM_AudioMan::busIsSilent(i32 channels) const {
@@ -248,12 +256,11 @@ void AM_AudioMan::beginSubBlock(i32 frames) {
     swungDelta = AM_runSwingClock(*context, frames);
 }
 
-// True if there were any. The chain gets timestamps that count from the start of the sub-block.
-bool AM_AudioMan::dispatchEvents(i32 from, i32 to) {
-    const AM_MidiEvent* event = eventQueue.next(to);
-    if (!event) return false;
+// The chain gets timestamps that count from the start of the sub-block.
+void AM_AudioMan::dispatchEvents(i32 from, i32 to) {
+    if (eventQueue.isRead()) return;
     AM_IPluginPreferences* const controllers = getSharedPreferences();
-    for (; event; event = eventQueue.next(to)) {
+    while (const AM_MidiEvent* event = eventQueue.next(to)) {
         const u32 offset = static_cast<u32>(std::max(event->timestamp - from, 0));
         midiActivity = 1;
         if (event->type == k_eventController && controllers)
@@ -262,7 +269,6 @@ bool AM_AudioMan::dispatchEvents(i32 from, i32 to) {
                                          static_cast<i32>(event->field2));
         forwardEvent(event->type, event->id, event->field1, event->field2, offset);
     }
-    return true;
 }
 
 void AM_AudioMan::runCircuit(i32 frames, i32 framesLeft) {
@@ -289,7 +295,7 @@ void AM_AudioMan::endBlock(i32 numMeters) {
         outputMeter.measure(context->outputs, numMeters, context->numFrames, context->samplePeriod);
     publishMeters(numMeters);
     paraMan->blockEnded(context->numFrames);
-    blockRunning = false;
+    blockRunning.store(false, std::memory_order_relaxed);
     resetAfterStateChange();
     stopWatch->stop(context->numFrames, context->sampleRateD);
     paraMan->setCpuLoad(stopWatch->getUsage());

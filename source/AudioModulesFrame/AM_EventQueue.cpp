@@ -21,11 +21,11 @@ bool AM_EventQueue::post(i32 type, i32 id, f32 field1, f32 field2, u32 timestamp
 
 bool AM_EventQueue::append(i32 type, i32 id, f32 field1, f32 field2, i32 timestamp) {
     if (!lock.lock()) return false;
-    const bool fits = writeCount < k_capacity;
+    const i32 place = writeCount.load(std::memory_order_relaxed);
+    const bool fits = place < k_capacity;
     if (fits) {
-        halves[writeHalf][writeCount] = {type,   id,        field1,
-                                         field2, timestamp, static_cast<u32>(writeCount)};
-        ++writeCount;
+        halves[writeHalf][place] = {type, id, field1, field2, timestamp, static_cast<u32>(place)};
+        writeCount.store(place + 1, std::memory_order_relaxed);
     }
     lock.unlock();
     return fits;
@@ -33,9 +33,10 @@ bool AM_EventQueue::append(i32 type, i32 id, f32 field1, f32 field2, i32 timesta
 
 void AM_EventQueue::swapEvents() {
     readPosition = readCount = 0;
-    if (!lock.lock()) return;
-    readCount = writeCount;
-    writeCount = 0;
+    // Most blocks have no event, and need no lock to know.
+    if (writeCount.load(std::memory_order_relaxed) == 0 || !lock.lock()) return;
+    readCount = writeCount.load(std::memory_order_relaxed);
+    writeCount.store(0, std::memory_order_relaxed);
     writeHalf = 1 - writeHalf;
     lock.unlock();
     AM_MidiEvent* first = halves[1 - writeHalf].get();

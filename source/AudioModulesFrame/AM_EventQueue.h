@@ -4,6 +4,7 @@
 #include "AM_SpinLock.h"
 #include "AM_Types.h"
 
+#include <atomic>
 #include <memory>
 
 // Types of events. `id` is the channel, except for notes, where it may be a note's own number.
@@ -47,6 +48,8 @@ public:
     void swapEvents();
     // The next event in front of `to`, or null.
     const AM_MidiEvent* next(i32 to);
+    // True if there is none left, in this block or behind it.
+    bool isRead() const { return readPosition >= readCount; }
     // Posts each unread event again for the next block, the block's `frames` earlier.
     void carryEvents(i32 frames);
 
@@ -55,14 +58,14 @@ private:
 
     std::unique_ptr<AM_MidiEvent[]> halves[2];
     i32 writeHalf = 0;
-    i32 writeCount = 0;
+    std::atomic<i32> writeCount{0}; // written under the lock
     i32 readCount = 0;
     i32 readPosition = 0;
     AM_SpinLock lock;
 };
 
 inline const AM_MidiEvent* AM_EventQueue::next(i32 to) {
-    if (readPosition >= readCount) return nullptr;
+    if (isRead()) return nullptr;
     const AM_MidiEvent* event = &halves[1 - writeHalf][readPosition];
     if (event->timestamp >= to) return nullptr;
     ++readPosition;

@@ -16,16 +16,15 @@ constexpr f32 k_largest = std::numeric_limits<f32>::max();
 // What has decayed below this is silence; it keeps the decay out of the denormal range.
 constexpr f32 k_negligible = 1e-20f;
 
-f32 settle(f64 value) {
-    if (!(value >= k_negligible)) return 0;
-    return value > k_largest ? k_largest : static_cast<f32>(value);
+f32 settle(f32 value) {
+    return value >= k_negligible ? std::min(value, k_largest) : 0.0f;
 }
 
 constexpr f32 k_peakDecay = 0.999f; // a sample
 constexpr i32 k_piece = 32;
 
 // What the decay leaves of 1 after 31, 30 ... 0 samples.
-constexpr std::array<f32, k_piece> k_weights = [] {
+alignas(16) constexpr std::array<f32, k_piece> k_weights = [] {
     std::array<f32, k_piece> weights{};
     f32 value = 1;
     for (i32 i = k_piece - 1; i >= 0; --i, value *= k_peakDecay)
@@ -34,40 +33,43 @@ constexpr std::array<f32, k_piece> k_weights = [] {
 }();
 constexpr f32 k_pieceDecay = k_weights[0] * k_peakDecay;
 
+f32 highest(__m128 lanes) {
+    lanes = _mm_max_ps(lanes, _mm_movehl_ps(lanes, lanes));
+    return _mm_cvtss_f32(_mm_max_ss(lanes, _mm_shuffle_ps(lanes, lanes, 1)));
+}
+
+f32 total(__m128 lanes) {
+    lanes = _mm_add_ps(lanes, _mm_movehl_ps(lanes, lanes));
+    return _mm_cvtss_f32(_mm_add_ss(lanes, _mm_shuffle_ps(lanes, lanes, 1)));
+}
+
+// The magnitude, 0 for what is not finite.
+__m128 magnitudes(__m128 samples) {
+    const __m128 x = _mm_andnot_ps(_mm_set1_ps(-0.0f), samples);
+    return _mm_and_ps(x, _mm_cmple_ps(x, _mm_set1_ps(k_largest)));
+}
+f32 magnitude(f32 sample) {
+    return std::fabs(sample) <= k_largest ? std::fabs(sample) : 0.0f;
+}
+
 // What a channel holds of a block.
 struct Piece {
-    // In f64, so that the square of no finite sample overflows.
-    __m128d squares[2] = {_mm_setzero_pd(), _mm_setzero_pd()};
     f32 peak;
+    f32 squares = 0; // their sum
 
-    // Adds 4, 8 ... 32 samples. Of the peak, each is left what the samples behind it let stand.
+    // Of the peak, each sample is left what the samples behind it let stand.
     void add(const f32* samples, i32 count) {
-        const f32* weights = k_weights.data() + k_piece - count;
-        const __m128 signs = _mm_set1_ps(-0.0f);
-        const __m128 largest = _mm_set1_ps(k_largest);
-        __m128 high = _mm_setzero_ps();
-        for (i32 i = 0; i < count; i += 4) {
-            __m128 x = _mm_andnot_ps(signs, _mm_loadu_ps(samples + i));
-            x = _mm_and_ps(x, _mm_cmple_ps(x, largest));
-            high = _mm_max_ps(high, _mm_mul_ps(x, _mm_loadu_ps(weights + i)));
-            const __m128d first = _mm_cvtps_pd(x);
-            const __m128d second = _mm_cvtps_pd(_mm_movehl_ps(x, x));
-            squares[0] = _mm_add_pd(squares[0], _mm_mul_pd(first, first));
-            squares[1] = _mm_add_pd(squares[1], _mm_mul_pd(second, second));
-        }
-        high = _mm_max_ps(high, _mm_movehl_ps(high, high));
-        high = _mm_max_ss(high, _mm_shuffle_ps(high, high, 1));
-        peak = std::max(peak * (weights[0] * k_peakDecay), _mm_cvtss_f32(high));
-    }
-    void addAll(const f32* samples, i32 count) {
-        const i32 whole = count & ~3;
-        for (i32 first = 0; first < whole; first += k_piece)
-            add(samples + first, std::min(k_piece, whole - first));
-        for (i32 i = whole; i < count; ++i) {
-            const f32 magnitude = std::fabs(samples[i]);
-            const f32 x = magnitude <= k_largest ? magnitude : 0.0f;
+        __m128 sums = _mm_setzero_ps();
+        i32 i = 0;
+        for (; i + k_piece <= count; i += k_piece)
+            addFours<k_piece>(samples + i, sums);
+        for (; i + 4 <= count; i += 4)
+            addFours<4>(samples + i, sums);
+        squares = total(sums);
+        for (; i < count; ++i) {
+            const f32 x = magnitude(samples[i]);
             peak = std::max(peak * k_peakDecay, x);
-            squares[0] = _mm_add_sd(squares[0], _mm_set_sd(static_cast<f64>(x) * x));
+            squares += x * x;
         }
     }
     void addSilence(i32 count) {
@@ -77,12 +79,28 @@ struct Piece {
         for (; count > 0; --count)
             peak *= k_peakDecay;
     }
-    f64 sum() const {
-        alignas(16) f64 lanes[2];
-        _mm_store_pd(lanes, _mm_add_pd(squares[0], squares[1]));
-        return lanes[0] + lanes[1];
+
+private:
+    template <i32 k_count>
+    void addFours(const f32* samples, __m128& sums) {
+        const f32* weights = k_weights.data() + k_piece - k_count;
+        __m128 high = _mm_setzero_ps();
+        for (i32 i = 0; i < k_count; i += 4) {
+            const __m128 x = magnitudes(_mm_loadu_ps(samples + i));
+            high = _mm_max_ps(high, _mm_mul_ps(x, _mm_load_ps(weights + i)));
+            sums = _mm_add_ps(sums, _mm_mul_ps(x, x));
+        }
+        peak = std::max(peak * (weights[0] * k_peakDecay), highest(high));
     }
 };
+
+// For samples whose squares f32 cannot hold.
+f64 sumOfLargeSquares(const f32* samples, i32 count) {
+    f64 sum = 0;
+    for (i32 i = 0; i < count; ++i)
+        sum += static_cast<f64>(magnitude(samples[i])) * magnitude(samples[i]);
+    return sum;
+}
 
 } // namespace
 
@@ -91,7 +109,7 @@ f32 AM_fastDecibels(f32 magnitude) {
     const u32 bits = std::bit_cast<u32>(std::min(magnitude, k_largest));
     const f32 exponent = static_cast<f32>(static_cast<i32>(bits >> 23) - 128);
     const f32 mantissa = std::bit_cast<f32>((bits & 0x007fffff) | 0x3f800000);
-    return (exponent + (2.0f - mantissa / 3.0f) * mantissa - 2.0f / 3.0f) * 6.0377364f;
+    return (exponent + (2.0f - mantissa * (1.0f / 3.0f)) * mantissa - 2.0f / 3.0f) * 6.0377364f;
 }
 
 bool AM_LevelMeter::measure(const f32* const* channels, i32 numChannels, i32 numFrames,
@@ -107,13 +125,14 @@ void AM_LevelMeter::measureSilence(const f32* const* channels, i32 numChannels, 
 bool AM_LevelMeter::measureAll(const f32* const* channels, i32 numChannels, i32 numFrames,
                                f64 samplePeriod, bool knownSilent) {
     if (numFrames < 1) return true;
+    const f32 share = 0.03f / static_cast<f32>(numFrames); // of a square
     bool silent = true;
     f32 highestRms = 0;
     f32 highestPeak = 0;
     // Channels beyond those that have been in use stay not connected.
     for (i32 c = 0; c < std::max(numChannels, numMeasured); ++c) {
         if (c < numChannels && channels[c]) {
-            silent &= measureChannel(c, channels[c], numFrames, knownSilent);
+            silent &= measureChannel(c, channels[c], numFrames, share, knownSilent);
         } else {
             rms[c].store(-1.0f, std::memory_order_relaxed);
             peak[c] = 0;
@@ -128,7 +147,7 @@ bool AM_LevelMeter::measureAll(const f32* const* channels, i32 numChannels, i32 
     return silent;
 }
 
-bool AM_LevelMeter::measureChannel(i32 channel, const f32* samples, i32 numFrames,
+bool AM_LevelMeter::measureChannel(i32 channel, const f32* samples, i32 numFrames, f32 share,
                                    bool knownSilent) {
     Piece piece;
     piece.peak = peak[channel];
@@ -137,11 +156,13 @@ bool AM_LevelMeter::measureChannel(i32 channel, const f32* samples, i32 numFrame
     if (silent)
         piece.addSilence(numFrames);
     else
-        piece.addAll(samples, numFrames);
+        piece.add(samples, numFrames);
     peak[channel] = settle(piece.peak);
-    const f64 added = silent ? 0 : std::sqrt(piece.sum() * 0.03 / numFrames);
-    const f64 before = std::max(channelRms(channel), 0.0f);
-    rms[channel].store(settle(added + before * 0.93), std::memory_order_relaxed);
+    f32 added = std::sqrt(piece.squares * share);
+    if (!(added <= k_largest))
+        added = static_cast<f32>(std::sqrt(sumOfLargeSquares(samples, numFrames) * share));
+    const f32 before = std::max(channelRms(channel), 0.0f);
+    rms[channel].store(settle(added + before * 0.93f), std::memory_order_relaxed);
     return silent;
 }
 

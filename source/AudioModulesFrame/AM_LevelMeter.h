@@ -35,7 +35,8 @@ public:
 private:
     bool measureAll(const f32* const* channels, i32 numChannels, i32 numFrames, f64 samplePeriod,
                     bool knownSilent);
-    bool measureChannel(i32 channel, const f32* samples, i32 numFrames, bool knownSilent);
+    bool measureChannel(i32 channel, const f32* samples, i32 numFrames, f32 share,
+                        bool knownSilent);
     void hold(f32 newPeak, f64 seconds);
 
     std::atomic<f32> rms[k_maxChannels] = {};

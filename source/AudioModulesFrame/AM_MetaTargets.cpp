@@ -1,6 +1,7 @@
 #include "AM_MetaTargets.h"
 
 #include "AM_StandardRows.h"
+#include "AM_Take.h"
 
 #include <algorithm>
 
@@ -73,7 +74,7 @@ void AM_MetaTargets::readRows() {
 
 void AM_MetaTargets::apply() {
     if (state.metaRecords.empty()) return;
-    if (state.needsFullUpdate.exchange(0, std::memory_order_acquire) != 0) readRows();
+    if (AM_take(state.needsFullUpdate) != 0) readRows();
     touched.clear();
     for (i32 meta = 0; meta < state.numMetaSources; ++meta) {
         const f32 value = state.value(metaId(meta));

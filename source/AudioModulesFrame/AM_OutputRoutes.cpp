@@ -6,17 +6,21 @@
 #include <limits>
 
 void AM_OutputRoutes::connect(f32* const* outputs, i32 numChannels) {
-    numRoutes = std::clamp(numChannels, 0, k_maxChannels);
-    std::copy_n(outputs, numRoutes, target);
-    const auto connected = [](const f32* pointer) { return pointer != nullptr; };
-    if (std::count_if(target, target + numRoutes, connected) == 1) {
-        f32* only = *std::find_if(target, target + numRoutes, connected);
+    const i32 count = std::clamp(numChannels, 0, k_maxChannels);
+    if (count == numConnected && std::equal(outputs, outputs + count, connected)) return;
+    numRoutes = numConnected = count;
+    std::copy_n(outputs, count, connected);
+    std::copy_n(outputs, count, target);
+    const auto isThere = [](const f32* pointer) { return pointer != nullptr; };
+    if (std::count_if(target, target + numRoutes, isThere) == 1) {
+        f32* only = *std::find_if(target, target + numRoutes, isThere);
         std::fill_n(target, numRoutes, only);
     }
     finish();
 }
 
 void AM_OutputRoutes::connectMapped(f32* const* outputs, const i32* map, i32 numChannels) {
+    numConnected = -1;
     numRoutes = std::clamp(numChannels, 0, k_maxChannels);
     for (i32 c = 0; c < numRoutes; ++c)
         target[c] = map[c] < 0 ? nullptr : outputs[map[c]];

@@ -22,6 +22,8 @@ private:
     void finish();
 
     i32 numRoutes = 0;
+    i32 numConnected = -1; // outputs that the routes were made for by `connect`, -1 if not by it
+    f32* connected[k_maxChannels] = {};
     f32* target[k_maxChannels] = {};
     f32 scale[k_maxChannels] = {};
     bool adds[k_maxChannels] = {};

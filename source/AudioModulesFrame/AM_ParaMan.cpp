@@ -5,6 +5,7 @@
 #include "AM_Messages.h"
 #include "AM_StateReader.h"
 #include "AM_StateWriter.h"
+#include "AM_Take.h"
 #include "AM_ValueToString.h"
 
 #include <algorithm>
@@ -122,7 +123,7 @@ void AM_ParaMan::update() {
 void AM_ParaMan::processSubBlock() {
     try {
         if (state->count == 0) return;
-        if (state->clearQueue.exchange(false, std::memory_order_acq_rel)) smoothing.clear();
+        if (AM_take(state->clearQueue)) smoothing.clear();
         smoothing.takeOver();
         smoothing.step();
         metas.apply();

@@ -30,7 +30,9 @@ void AM_StopWatch::stop(i32 frames, f64 sampleRate) {
         master->stop(frames, sampleRate);
         return;
     }
-    if (!running.exchange(false, std::memory_order_relaxed) || frames < 1) return;
+    if (!running.load(std::memory_order_relaxed)) return;
+    running.store(false, std::memory_order_relaxed);
+    if (frames < 1) return;
     record(AM_nanoseconds() - startTime.load(std::memory_order_relaxed), frames);
     const u64 microsecondsPerFrame = sumTime / (sumFrames * 1000);
     const f32 percent =

@@ -6,6 +6,7 @@
 #include "AM_DelayNetWorks.h"
 #include "AM_LetterPicker.h"
 #include "AM_Silence.h"
+#include "AM_Take.h"
 
 #include <algorithm>
 #include <cmath>
@@ -183,7 +184,7 @@ void AM_DelayNetworkRun::updateGains() {
 }
 
 void AM_DelayNetworkRun::startBlock(f32 dry, f32 wet) {
-    if (d.resetPending.exchange(0)) {
+    if (AM_take(d.resetPending) != 0) {
         module.clearNetwork(context.sampleRate);
         d.phase = 0.0f;
         d.dryGain = dry;

@@ -91,6 +91,7 @@ struct Vec {
 template <i32 N>
 struct Outs {
     const f32* line[N];
+    Outs() = default;
     Outs(const AM_NetworkBlock& block, const AM_PlanRead* reads) {
         for (i32 i = 0; i < N; ++i)
             line[i] = block.outs[reads[i]];
@@ -226,23 +227,44 @@ struct Hadamard8 {
     }
 };
 
+// So many outputs add to the sums at once as leave their pointers in registers: each sum waits for
+// the one before, and through memory it waits longer.
+template <i32 N, i32 M>
+void addOutputs(const AM_PlanOutput* outputs, const AM_NetworkBlock& block, f32* left, f32* right,
+                i32 steps) {
+    Outs<N> outs[M];
+    Vec gainLeft[M], gainRight[M];
+    for (i32 k = 0; k < M; ++k) {
+        outs[k] = Outs<N>(block, outputs[k].reads);
+        gainLeft[k] = Vec::ofAt(&outputs[k].left);
+        gainRight[k] = Vec::ofAt(&outputs[k].right);
+    }
+    for (i32 n = 0; n < steps; n += Vec::lanes) {
+        Vec sumLeft = Vec::load(left + n);
+        Vec sumRight = Vec::load(right + n);
+        for (i32 k = 0; k < M; ++k) {
+            const Vec y = outs[k].mean(n);
+            sumLeft = sumLeft + y * gainLeft[k];
+            sumRight = sumRight + y * gainRight[k];
+        }
+        sumLeft.store(left + n);
+        sumRight.store(right + n);
+    }
+}
+
 // The outputs add their means, each by its two gains, in their order.
 template <i32 N>
 void collect(const AM_NetworkPlan& plan, const AM_NetworkBlock& block, f32* frames, i32 steps) {
-    alignas(32) f32 sums[2][k_subBlockFrames] = {};
-    for (i32 i = 0; i < plan.numOutputs; ++i) {
-        const AM_PlanOutput& output = plan.outputs[i];
-        const Outs<N> outs(block, output.reads);
-        const Vec gainLeft = Vec::ofAt(&output.left);
-        const Vec gainRight = Vec::ofAt(&output.right);
-        for (i32 n = 0; n < steps; n += Vec::lanes) {
-            const Vec y = outs.mean(n);
-            (Vec::load(sums[0] + n) + y * gainLeft).store(sums[0] + n);
-            (Vec::load(sums[1] + n) + y * gainRight).store(sums[1] + n);
-        }
-    }
+    constexpr i32 k_together = N == 4 ? 2 : 1;
+    alignas(32) f32 left[k_subBlockFrames] = {};
+    alignas(32) f32 right[k_subBlockFrames] = {};
+    i32 i = 0;
+    for (; i + k_together <= plan.numOutputs; i += k_together)
+        addOutputs<N, k_together>(plan.outputs + i, block, left, right, steps);
+    for (; i < plan.numOutputs; ++i)
+        addOutputs<N, 1>(plan.outputs + i, block, left, right, steps);
     for (i32 n = 0; n < steps; n += Vec::lanes)
-        Vec::storeInTurn(Vec::load(sums[0] + n), Vec::load(sums[1] + n), frames + 2 * n);
+        Vec::storeInTurn(Vec::load(left + n), Vec::load(right + n), frames + 2 * n);
 }
 
 // lines -> means of matrices -> matrices -> lines, and lines -> left and right
