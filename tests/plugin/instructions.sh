@@ -7,7 +7,7 @@
 set -euo pipefail
 probe=$1
 folder=$2
-declare -A bound=([avx]=445 [sse]=800)
+declare -A bound=([avx]=425 [sse]=775)
 
 count() { # BLOCKS; prints the instructions of the whole run
     valgrind --tool=callgrind --callgrind-out-file="$folder/callgrind.out" "$probe" "$1" \
