@@ -1,6 +1,7 @@
 #include "AM_TextEngine.h"
 
 #include "AM_AggRaster.h"
+#include "AM_FontMeasures.h"
 #include "AM_TextGlyphs.h"
 
 #include <agg_conv_curve.h>
@@ -38,7 +39,7 @@ class GlyphOutline {
 public:
     GlyphOutline(Cache::path_adaptor_type& path, f64 scaleX, f64 x, f64 y)
         : curves(path), scaleX(scaleX), x(x), y(y) {
-        curves.approximation_scale(2);
+        curves.approximation_scale(8);
     }
     void rewind(unsigned id) { curves.rewind(id); }
     unsigned vertex(f64* outX, f64* outY) {
@@ -54,24 +55,6 @@ private:
     f64 x;
     f64 y;
 };
-
-// Anti-Grain keeps the face to itself, and its metric is that of a line of one em.
-AM_TextEngine::Metric readMetric(const std::string& file) {
-    FT_Library library = nullptr;
-    FT_Face face = nullptr;
-    AM_TextEngine::Metric metric;
-    if (FT_Init_FreeType(&library) != 0) return metric;
-    if (FT_New_Face(library, file.c_str(), 0, &face) == 0) {
-        const f64 em = std::max<f64>(face->units_per_EM, 1);
-        const auto held = [em](i32 units) { return std::clamp(units / em, 0.0, 4.0); };
-        metric.ascent = held(face->ascender);
-        metric.descent = held(-face->descender);
-        metric.height = metric.ascent + metric.descent;
-        FT_Done_Face(face);
-    }
-    FT_Done_FreeType(library);
-    return metric;
-}
 
 AM_TextMask makeMask(AM_AggRaster::Rasterizer& rasterizer) {
     AM_TextMask mask;
@@ -131,8 +114,9 @@ struct AM_TextEngine::Parts {
     AM_TextStyle wanted;
     AM_TextStyle current; // of the engine
     bool loaded = false;
-    std::map<std::string, Metric> metrics;
+    std::map<std::string, AM_FontMeasures> measured;
 
+    const AM_FontMeasures& measures(const std::string& file);
     // Makes a style the wanted one; false if it has no font.
     bool begin(const AM_TextStyle& style);
     // Sets the engine to the wanted style. That is slow, so only what is not kept calls for it.
@@ -147,6 +131,13 @@ struct AM_TextEngine::Parts {
     template <class Each>
     f64 walk(const char* text, const Each& each);
 };
+
+const AM_FontMeasures& AM_TextEngine::Parts::measures(const std::string& file) {
+    if (const auto known = measured.find(file); known != measured.end()) return known->second;
+    constexpr size_t many = 64;
+    if (measured.size() >= many) measured.clear();
+    return measured.try_emplace(file, file).first->second;
+}
 
 bool AM_TextEngine::Parts::begin(const AM_TextStyle& style) {
     wanted = style;
@@ -181,6 +172,9 @@ AM_TextGlyph& AM_TextEngine::Parts::glyph(AM_TextGlyphs::Glyphs& known, u32 code
     if (!found) return glyph;
     glyph.index = found->glyph_index;
     glyph.advance = found->advance_x;
+    // Smooth text has the same width at all scales; hard edges stand on whole pixels.
+    const std::optional<f64> exact = measures(wanted.file).getAdvance(glyph.index);
+    if (wanted.smooth && exact) glyph.advance = *exact * wanted.size * stepsOf(wanted);
     const f64 largest = wanted.size * 4 + 16; // some fonts' outlines go far
     glyph.large = wanted.size > k_largestMask ||
                   found->bounds.x2 - found->bounds.x1 > largest * stepsOf(wanted) ||
@@ -212,11 +206,11 @@ const AM_TextMask& AM_TextEngine::Parts::mask(AM_TextGlyph& glyph, u32 code, i32
 
 f64 AM_TextEngine::Parts::kerning(AM_TextGlyph& glyph, u32 before) {
     const auto [entry, isNew] = glyph.kerning.try_emplace(before, 0.0);
-    if (!isNew || !select()) return entry->second;
+    if (!isNew) return entry->second;
     glyphs.count(AM_TextGlyph::k_kerningBytes);
-    f64 y = 0;
-    fonts->engine.add_kerning(before, glyph.index, &entry->second, &y);
-    return entry->second;
+    const f64 steps =
+        measures(wanted.file).getKerning(before, glyph.index) * wanted.size * stepsOf(wanted);
+    return entry->second = wanted.smooth ? steps : std::round(steps);
 }
 
 template <class Each>
@@ -261,11 +255,7 @@ f64 AM_TextEngine::getWidth(const AM_TextStyle& style, const char* text) {
 
 AM_TextEngine::Metric AM_TextEngine::getMetric(const std::string& file) {
     const std::lock_guard lock(parts->mutex);
-    if (const auto known = parts->metrics.find(file); known != parts->metrics.end())
-        return known->second;
-    constexpr size_t many = 256;
-    if (parts->metrics.size() >= many) parts->metrics.clear();
-    return parts->metrics[file] = readMetric(file);
+    return parts->measures(file).getMetric();
 }
 
 bool AM_TextEngine::draw(const AM_TextStyle& style, const char* text, f64 x, i32 baseline,

@@ -6,9 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
-#include <numbers>
 #include <random>
 
 namespace {
@@ -45,14 +43,6 @@ std::unique_ptr<AM_Colour> gradientOf(std::vector<std::pair<f32, u32>> stops) {
     }
     return gradient;
 }
-std::vector<AM_Point> circle(f32 x, f32 y, f32 radius, i32 count) {
-    std::vector<AM_Point> points;
-    for (i32 i = 0; i < count; ++i) {
-        const f64 angle = 2 * std::numbers::pi * i / count;
-        points.push_back({x + radius * f32(std::sin(angle)), y - radius * f32(std::cos(angle))});
-    }
-    return points;
-}
 } // namespace
 
 TEST(Context, RectAtWholeCoordinatesCoversItsPixelsOnly) {
@@ -85,118 +75,6 @@ TEST(Context, HairlinesThroughPixelMiddlesAreSharp) {
             const bool within = x > 8 && x < 15 && y > 3 && y < 12;
             ASSERT_EQ(alphaAt(c, x, y), line || (box && !within) ? 255u : 0u) << x << ", " << y;
         }
-}
-
-// Whatever draws it, the coverages of a shape add up to its area.
-TEST(Context, CoveragesAddUpToTheArea) {
-    const f64 pi = std::numbers::pi;
-    const AM_Path holed{{circle(30, 30, 25.3f, 64), circle(31.2f, 29.7f, 11.1f, 7)}};
-    const f64 holedArea =
-        32 * 25.3 * 25.3 * std::sin(pi / 32) - 3.5 * 11.1 * 11.1 * std::sin(2 * pi / 7);
-    struct Row {
-        std::function<void(AM_Context&)> draw;
-        f64 area;
-    };
-    const AM_Colour flat("", 0xffffffff);
-    const Row rows[] = {
-        {[](AM_Context& c) {
-             c.fillRect({10.3f, 7.6f, 20.45f, 0.3f});
-         },
-         20.45 * 0.3},
-        {[](AM_Context& c) {
-             c.fillRect({-5, 50.5f, 200, 80});
-         },
-         60 * 9.5},
-        {[](AM_Context& c) {
-             c.fillArc({30, 30}, 0, 20, 0, 360);
-         },
-         pi * 400},
-        {[](AM_Context& c) {
-             c.fillArc({30.4f, 29.1f}, 12.5f, 21, 30, 100);
-         },
-         pi * (441 - 156.25) * 70 / 360},
-        {[](AM_Context& c) {
-             c.fillArc({30, 30}, 10, 20, 270, 90);
-         },
-         pi * 300 / 2},
-        {[](AM_Context& c) {
-             c.fillArc({0, 30}, 0, 20, 0, 360);
-         },
-         pi * 200},
-        {[](AM_Context& c) {
-             c.strokeCircle({30, 30}, 15, 3);
-         },
-         2 * pi * 15 * 3},
-        {[&](AM_Context& c) { c.fillPath(holed, flat); }, holedArea},
-        {[&](AM_Context& c) { c.fillPathGradient(holed, flat); }, holedArea},
-    };
-    for (const Row& row : rows)
-        for (const bool gradient : {false, true}) {
-            AM_AGG_Context c(60, 60, 1, false);
-            const auto white = gradientOf({{0, 0xffffffff}, {1, 0xffffffff}});
-            c.setRGBA(0xffffffff);
-            if (gradient) c.setColour(white.get());
-            row.draw(c);
-            EXPECT_NEAR(coveredArea(c), row.area, 0.3 + row.area * 0.002)
-                << "row " << &row - rows << (gradient ? ", gradient" : "");
-        }
-}
-
-// The share of each pixel that lies inside of an odd number of polygons, by 16 x 16 samples.
-static std::vector<f64> sampledCoverage(const AM_Path& path, i32 side) {
-    std::vector<f64> shares(size_t(side) * side, 0);
-    for (i32 row = 0; row < side * 16; ++row) {
-        const f64 y = (row + 0.5) / 16;
-        std::vector<f64> crossings;
-        for (const auto& polygon : path.polygons)
-            for (size_t i = 0; i < polygon.size(); ++i) {
-                const AM_Point p = polygon[i], q = polygon[(i + 1) % polygon.size()];
-                if ((p.y <= y) != (q.y <= y))
-                    crossings.push_back(p.x + (y - p.y) * (q.x - p.x) / (q.y - p.y));
-            }
-        std::sort(crossings.begin(), crossings.end());
-        for (i32 column = 0; column < side * 16; ++column) {
-            const auto left =
-                std::lower_bound(crossings.begin(), crossings.end(), (column + 0.5) / 16) -
-                crossings.begin();
-            if (left % 2) shares[size_t(row / 16 * side + column / 16)] += 1.0 / 256;
-        }
-    }
-    return shares;
-}
-
-// Crossing lines included. Anti-Grain's rasteriser sees the same areas, but adds the windings of a
-// pixel up before it takes the odd ones, so that it is only close where lines cross.
-TEST(Context, FillerCoversTheExactAreas) {
-    std::mt19937 random(5);
-    const AM_Colour red("", 0xff0000ff);
-    for (i32 round = 0; round < 25; ++round) {
-        AM_Path path;
-        for (u32 left = 1 + random() % 3; left > 0; --left) {
-            path.polygons.emplace_back();
-            for (u32 i = 3 + random() % 9; i > 0; --i)
-                path.polygons.back().push_back(
-                    {f32(random() % 1200) / 10 - 20, f32(random() % 1200) / 10 - 20});
-        }
-        AM_AGG_Context a(80, 80, 1, false), b(80, 80, 1, false);
-        a.setGlobalClip({7, 3, 66, 70});
-        b.setGlobalClip({7, 3, 66, 70});
-        a.fillPath(path, red);
-        b.fillPathGradient(path, red);
-        const std::vector<f64> exact = sampledCoverage(path, 80);
-        f64 error = 0, largest = 0, apart = 0;
-        for (i32 i = 0; i < 6400; ++i) {
-            const i32 x = i % 80, y = i / 80;
-            const bool inside = x >= 7 && x < 73 && y >= 3 && y < 73;
-            const f64 off = std::abs(alphaAt(b, x, y) / 255.0 - (inside ? exact[size_t(i)] : 0));
-            error += off / 6400;
-            largest = std::max(largest, off);
-            apart += std::abs(f64(alphaAt(a, x, y)) - alphaAt(b, x, y)) / 255 / 6400;
-        }
-        EXPECT_LT(error, 0.002) << round;
-        EXPECT_LT(largest, 0.07) << round;
-        EXPECT_LT(apart, 0.005) << round;
-    }
 }
 
 TEST(Context, FillerReportsBridgesAndUnevenLines) {
@@ -258,12 +136,6 @@ TEST(Context, ArcsCloseAt359Point6Degrees) {
         EXPECT_NE(drawn(inner, 359.5f), drawn(inner, 360));
         EXPECT_EQ(drawn(inner, 0), std::vector<u8>(60 * 60 * 4, 0));
     }
-    AM_AGG_Context c(60, 60, 1, false);
-    c.setRGBA(0xffffffff);
-    c.fillArc({30, 30}, 0, 25, 0, 90); // from up, clockwise: the right upper quarter
-    for (i32 i = 0; i < 3600; ++i)
-        ASSERT_TRUE(alphaAt(c, i % 60, i / 60) == 0 || (i % 60 >= 30 && i / 60 < 30)) << i;
-    EXPECT_EQ(alphaAt(c, 40, 15), 255u);
 }
 
 // The mean of each column follows the gradient to a fraction of a byte's unit.

@@ -50,28 +50,6 @@ Ink drawn(const char* text, const AM_Rect& rect, i32 h, i32 v, f32 scale = 1, bo
 }
 } // namespace
 
-TEST(ContextText, LiesWithinItsWidthAndAlignment) {
-    const AM_Rect box{20, 10, 160, 40};
-    for (const f32 scale : {0.7f, 1.f, 1.3f, 2.f}) {
-        AM_AGG_Context c(200, 60, scale, false);
-        c.setFontSize(14);
-        const f32 width = c.getTextWidth("Hall");
-        const auto metric = c.getFontMetric();
-        EXPECT_NEAR(width, 26.9f, 0.5f);
-        for (i32 align = 0; align < 3; ++align) {
-            const Ink ink = drawn("Hall", box, align, align, scale);
-            const f32 left = (box.left + (box.width - width) * f32(align) / 2) * scale;
-            EXPECT_GE(f32(ink.left), left - 1);
-            EXPECT_LE(f32(ink.right), left + width * scale + 1);
-            EXPECT_GE(f32(ink.right - ink.left), (width - 4) * scale);
-            // Ascenders are on their line, the baseline is where the metric says.
-            const f32 top = box.top + (box.height - metric.height) * f32(align) / 2;
-            EXPECT_NEAR(f32(ink.bottom + 1), (top + metric.ascent) * scale, 1);
-            EXPECT_GE(f32(ink.top), top * scale - 1);
-        }
-    }
-}
-
 TEST(ContextText, BaselineAndQuartersOfAPixel) {
     for (const i32 v : {0, 1, 2}) // with and without descenders and ascenders
         EXPECT_EQ(drawn("xxx", {5, 3.3f, 150, 31.7f}, 0, v).bottom,
