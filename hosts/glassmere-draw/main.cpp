@@ -33,10 +33,11 @@ void run(const DrawOptions& options) {
         if (!scene)
             throw std::runtime_error("there is no scene '" + options.scene +
                                      "' (--list names them)");
-        writePng(options.output, drawScene(*scene, options.scale)->getPixels());
+        writePng(options.output, drawScene(*scene, options.scale, options.resampling)->getPixels());
     }
     if (!options.sheet.empty())
-        writePng(options.sheet, drawSheet(allScenes(), options.scale)->getPixels());
+        writePng(options.sheet,
+                 drawSheet(allScenes(), options.scale, options.resampling)->getPixels());
     if (std::fflush(stdout) != 0) throw std::runtime_error("can't write to standard output");
 }
 } // namespace
