@@ -216,13 +216,15 @@ TEST(Resample, keepsNothingThatShows) {
     AM_Resampler kept;
     PixelBuffer image(13, 9);
     image.fillRandom(5);
-    for (i32 i = 0; i < 60; ++i) {
+    for (i32 i = 0; i < 240; ++i) {
+        // Neighbours differ in one thing: the choice, the clip or the place.
+        const i32 step = i / 4;
         AM_ImagePlacement how;
-        const f32 place = static_cast<f32>(i % 7) * (i % 2 ? 1.0f : 0.75f);
-        how.target = {place, 20 - place, static_cast<f32>(10 + i % 6 * 7), 17};
-        const AM_PixelRect clip{i % 3 * 4, 0, 64 - i % 5, 48};
+        const f32 place = static_cast<f32>(step % 7 + (i % 4 > 2)) * (step % 2 ? 1.0f : 0.75f);
+        how.target = {place, 20 - place, static_cast<f32>(10 + step % 6 * 7), 17};
+        const AM_PixelRect clip{step % 3 * 4 + (i % 4 > 1), 0, 64 - step % 5, 48};
         PixelBuffer byKept(64, 48, {9, 9, 9, 255}), byNew = byKept;
-        const AM_Resampling choice = nth(i / 3 % 5);
+        const AM_Resampling choice = nth((step + (i % 4 > 0)) % 5);
         kept.draw(byKept.view(), clip, image.view(), how, choice);
         AM_Resampler().draw(byNew.view(), clip, image.view(), how, choice);
         ASSERT_EQ(byKept.pixels, byNew.pixels) << i;
