@@ -124,8 +124,8 @@ AM_PixelRect AM_AggRaster::getBounds() {
 }
 
 // `area` in 512ths of 256ths of a pixel.
-u8 AM_AggRaster::coverOf(i32 area, bool evenOdd) const {
-    i32 cover = std::abs(area >> 9);
+u8 AM_AggRaster::coverOf(u32 area, bool evenOdd) const {
+    i32 cover = std::abs(static_cast<i32>(area) >> 9);
     if (evenOdd) {
         cover &= 511;
         if (cover > 256) cover = 512 - cover;
@@ -155,13 +155,13 @@ void AM_AggRaster::sweepRow(i32 y, bool evenOdd, Sink& sink) {
     size_t last = 0;
     for (unsigned i = cells.scanline_num_cells(static_cast<unsigned>(y)); i > 0; --i, ++cell) {
         const size_t x = static_cast<size_t>((*cell)->x - left);
-        sums[x].cover += (*cell)->cover;
-        sums[x].area += (*cell)->area;
+        sums[x].cover += static_cast<u32>((*cell)->cover);
+        sums[x].area += static_cast<u32>((*cell)->area);
         touched[x / 64] |= u64(1) << x % 64;
         first = std::min(first, x / 64);
         last = std::max(last, x / 64);
     }
-    i32 cover = 0; // left of `next`, times 512
+    u32 cover = 0; // left of `next`, times 512
     i32 next = 0;  // the first pixel that is not done, from `left` on
     i32 start = 0; // of what is in `covers` and not given to the sink
     const auto flush = [&] {

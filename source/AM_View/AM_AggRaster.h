@@ -63,16 +63,17 @@ public:
     void setHardEdges(bool hard) { hardEdges = hard; }
 
 private:
+    // Of thousands of outlines on one pixel these go round.
     struct Sum {
-        i32 cover = 0;
-        i32 area = 0;
+        u32 cover = 0;
+        u32 area = 0;
     };
 
     void moveTo(f64 x, f64 y);
     void lineTo(f64 x, f64 y);
     void closePolygon();
     bool finish();
-    u8 coverOf(i32 area, bool evenOdd) const;
+    u8 coverOf(u32 area, bool evenOdd) const;
     void sweepRow(i32 y, bool evenOdd, Sink& sink);
 
     agg::rasterizer_cells_aa<AM_RasterCell> cells;
