@@ -79,6 +79,23 @@ public:
         cairo_close_path(cairo.get());
         cairo_fill(cairo.get());
     }
+    void lines() {
+        for (const scene::Line& line : scene::k_lines) {
+            setColour(line.colour);
+            cairo_set_line_width(cairo.get(), line.width);
+            cairo_move_to(cairo.get(), line.from.x, line.from.y);
+            cairo_line_to(cairo.get(), line.to.x, line.to.y);
+            cairo_stroke(cairo.get());
+        }
+    }
+    void wave() {
+        setColour(scene::k_starColour);
+        cairo_set_line_width(cairo.get(), 2);
+        cairo_set_line_join(cairo.get(), CAIRO_LINE_JOIN_ROUND);
+        for (const AM_Point& point : wavePoints)
+            cairo_line_to(cairo.get(), point.x, point.y);
+        cairo_stroke(cairo.get());
+    }
     void pane() {
         cairo_save(cairo.get());
         cairo_identity_matrix(cairo.get());
@@ -211,6 +228,7 @@ private:
     std::vector<Surface> frames;
     std::vector<Pattern> patterns;
     std::vector<AM_Point> star;
+    std::vector<AM_Point> wavePoints = scene::wave();
     FT_Library library = nullptr;
     FT_Face face = nullptr;
     Owned<cairo_font_face_t, cairo_font_face_destroy> fontFace;

@@ -64,6 +64,17 @@ public:
         for (const auto& [graphic, rect] : graphics)
             context.drawGraphic(graphic.get(), rect, 0.75f, 1);
     }
+    void lines() {
+        for (const scene::Line& line : scene::k_lines) {
+            context.setRGBA(line.colour);
+            context.setLineWidth(line.width);
+            context.drawLine(line.from, line.to);
+        }
+    }
+    void wave() {
+        context.setRGBA(scene::k_starColour);
+        context.strokeLines(wavePoints.data(), static_cast<i32>(wavePoints.size()), 2);
+    }
     void pane() { context.drawOffscreen(pane_.get(), scene::k_pane, 1); }
     void repaint() {
         background();
@@ -106,6 +117,7 @@ private:
     std::vector<std::unique_ptr<AM_Colour>> colours;
     AM_Path star;
     AM_Colour starColour;
+    std::vector<AM_Point> wavePoints = scene::wave();
     std::vector<std::pair<std::unique_ptr<AM_Graphic>, AM_Rect>> graphics;
     i32 step = 0;
 };

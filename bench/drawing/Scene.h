@@ -71,6 +71,24 @@ inline std::vector<AM_Point> star() {
     return points;
 }
 
+// Lines across the picture, and a wave as a meter or an envelope shows it.
+struct Line {
+    AM_Point from, to;
+    f32 width;
+    u32 colour;
+};
+constexpr Line k_lines[] = {{{10, 10}, {1190, 590}, 1, 0xff8800ff},
+                            {{1190, 30}, {20, 580}, 2, 0x4cc0ffc0},
+                            {{100, 10}, {220, 590}, 2, 0xfff0a0ff},
+                            {{10, 300}, {1190, 350}, 4, 0xff8800ff}};
+inline std::vector<AM_Point> wave() {
+    std::vector<AM_Point> points;
+    for (i32 i = 0; i < 256; ++i)
+        points.push_back(
+            {20 + 4.5f * static_cast<f32>(i), 300 + 200 * std::sin(static_cast<f32>(i) * 0.1f)});
+    return points;
+}
+
 inline AM_PngImage imageOf(AM_Context& context, bool hasAlpha) {
     const AM_PixelView view = context.getPixels();
     return {{view.pixels, view.pixels + static_cast<size_t>(view.rowBytes) * view.height},

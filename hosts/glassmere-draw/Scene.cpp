@@ -60,15 +60,17 @@ std::string pictureName(const Scene& scene, f32 scale) {
     return std::string(scene.name) + "@" + std::string(digits, count) + ".png";
 }
 
-std::unique_ptr<AM_AGG_Context> drawScene(const Scene& scene, f32 scale) {
+std::unique_ptr<AM_AGG_Context> drawScene(const Scene& scene, f32 scale, AM_Resampling resampling) {
     auto context = std::make_unique<AM_AGG_Context>(scene.width, scene.height, scale, true);
+    context->setResampling(resampling);
     context->clear(k_sceneBackground);
     context->setRGBA(k_sceneInk);
     scene.draw(*context);
     return context;
 }
 
-std::unique_ptr<AM_AGG_Context> drawSheet(const std::vector<Scene>& scenes, f32 scale) {
+std::unique_ptr<AM_AGG_Context> drawSheet(const std::vector<Scene>& scenes, f32 scale,
+                                          AM_Resampling resampling) {
     std::vector<AM_Rect> places;
     const f32 height = arrange(scenes, places);
     auto sheet = std::make_unique<AM_AGG_Context>(k_sheetWidth, height, scale, true);
@@ -78,7 +80,7 @@ std::unique_ptr<AM_AGG_Context> drawSheet(const std::vector<Scene>& scenes, f32 
     for (size_t i = 0; i < scenes.size(); ++i) {
         const AM_Rect rect{places[i].left + k_gap, places[i].top + k_gap, scenes[i].width,
                            scenes[i].height};
-        sheet->drawOffscreen(drawScene(scenes[i], scale).get(), rect, 1);
+        sheet->drawOffscreen(drawScene(scenes[i], scale, resampling).get(), rect, 1);
         sheet->drawText(scenes[i].name, {rect.left, rect.bottom(), rect.width, k_caption},
                         k_alignStart, k_alignCentre);
     }

@@ -25,10 +25,13 @@ const std::vector<Scene>& allScenes();
 const Scene* findScene(std::string_view name);
 // "NAME@SCALE.png", as the picture of a scene in a folder is called.
 std::string pictureName(const Scene& scene, f32 scale);
-// The scene in a context of its own, with the background drawn before it.
-std::unique_ptr<AM_AGG_Context> drawScene(const Scene& scene, f32 scale);
+// The scene in a context of its own, with the background drawn before it. `resampling` counts where
+// a scene does not choose itself.
+std::unique_ptr<AM_AGG_Context> drawScene(const Scene& scene, f32 scale,
+                                          AM_Resampling resampling = k_bilinear);
 // Those scenes side by side, each with its name.
-std::unique_ptr<AM_AGG_Context> drawSheet(const std::vector<Scene>& scenes, f32 scale);
+std::unique_ptr<AM_AGG_Context> drawSheet(const std::vector<Scene>& scenes, f32 scale,
+                                          AM_Resampling resampling = k_bilinear);
 
 // Each theme's scenes, one file of the folder `scenes` each.
 std::vector<Scene> lineScenes();

@@ -28,18 +28,20 @@ void run(const DrawOptions& options) {
     if (options.list)
         for (const Scene& scene : allScenes())
             std::printf("%-20s %s\n", scene.name, scene.about);
+    const auto write = [&](const std::string& file, const Scene& scene) {
+        writePng(file, drawScene(scene, options.scale, options.resampling)->getPixels());
+    };
     const Scene* const one = findScene(options.scene);
     if (!options.scene.empty() && !one)
         throw std::runtime_error("there is no scene '" + options.scene + "' (--list names them)");
     for (const Scene& scene : allScenes()) {
-        if (one && one != &scene) continue;
-        const std::string file = options.folder + "/" + pictureName(scene, options.scale);
-        if (!options.folder.empty()) writePng(file, drawScene(scene, options.scale)->getPixels());
+        if (options.folder.empty() || (one && one != &scene)) continue;
+        write(options.folder + "/" + pictureName(scene, options.scale), scene);
     }
-    if (!options.output.empty())
-        writePng(options.output, drawScene(*one, options.scale)->getPixels());
+    if (!options.output.empty()) write(options.output, *one);
     if (!options.sheet.empty())
-        writePng(options.sheet, drawSheet(allScenes(), options.scale)->getPixels());
+        writePng(options.sheet,
+                 drawSheet(allScenes(), options.scale, options.resampling)->getPixels());
     if (std::fflush(stdout) != 0) throw std::runtime_error("can't write to standard output");
 }
 } // namespace

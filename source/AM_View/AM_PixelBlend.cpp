@@ -1,11 +1,10 @@
 #include "AM_PixelBlend.h"
 
 #include "AM_Colour.h"
-#include "AM_PixelVectors.h"
+#include "AM_PixelBlendRow.h"
 
 #include <algorithm>
 #include <cstring>
-#include <emmintrin.h>
 
 const char AM_blendModeLabels[k_numBlendModes][32] = {
     "selected", "normal",      "multiply",   "screen",     "overlay", "darken",
@@ -126,142 +125,9 @@ void tintRow(u8* d, const u8* colour, i32 count, u32 alpha) {
     }
 }
 
-void overPixel(u8* d, const u8* s, u32 sa) {
-    if (sa == 0) return;
-    const u32 back = d[3] * (255 - sa);
-    const u32 whole = sa * 255 + back;
-    const f32 inverse = 1.0f / static_cast<f32>(whole);
-    for (i32 c = 0; c < 3; ++c) {
-        const u32 sum = s[c] * sa * 255 + d[c] * back;
-        d[c] = static_cast<u8>(static_cast<f32>(sum) * inverse + 0.5f);
-    }
-    d[3] = static_cast<u8>((whole + 127) / 255);
-}
-
-__m128i times255(__m128i a, __m128i b) {
-    const __m128i t = _mm_add_epi16(_mm_mullo_epi16(a, b), _mm_set1_epi16(128));
-    return _mm_srli_epi16(_mm_add_epi16(t, _mm_srli_epi16(t, 8)), 8);
-}
-
-// Two pixels, a channel per lane, over an opaque backdrop.
-__m128i overOpaque(__m128i d, __m128i s, __m128i a) {
-    const __m128i opaque = _mm_set_epi16(255, 0, 0, 0, 255, 0, 0, 0);
-    const __m128i rest = _mm_sub_epi16(_mm_set1_epi16(255), a);
-    const __m128i sum =
-        _mm_add_epi16(_mm_mullo_epi16(_mm_or_si128(s, opaque), a), _mm_mullo_epi16(d, rest));
-    // t * 257 / 65536 is (t + t / 256) / 256.
-    return _mm_mulhi_epu16(_mm_add_epi16(sum, _mm_set1_epi16(128)), _mm_set1_epi16(257));
-}
-
-// Four pixels by the vector; false if the backdrop is not opaque.
-bool overFour(u8* d, const u8* s, u32 alpha, const u8* cover) {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i ones = _mm_set1_epi32(-1);
-    const __m128i source = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
-    const __m128i colours = _mm_set1_epi32(0x00ffffff);
-    if (_mm_movemask_epi8(_mm_cmpeq_epi32(_mm_andnot_si128(colours, source), zero)) == 0xffff)
-        return true;
-    const __m128i solid = _mm_cmpeq_epi32(_mm_or_si128(source, colours), ones);
-    if (alpha == 255 && !cover && _mm_movemask_epi8(solid) == 0xffff) {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), source);
-        return true;
-    }
-    const __m128i back = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d));
-    if (_mm_movemask_epi8(_mm_cmpeq_epi32(_mm_or_si128(back, colours), ones)) != 0xffff)
-        return false;
-    const __m128i low = _mm_unpacklo_epi8(source, zero);
-    const __m128i high = _mm_unpackhi_epi8(source, zero);
-    __m128i lowAlpha = AM_spreadAlpha(low);
-    __m128i highAlpha = AM_spreadAlpha(high);
-    if (alpha != 255) {
-        const __m128i a = _mm_set1_epi16(static_cast<short>(alpha));
-        lowAlpha = times255(lowAlpha, a);
-        highAlpha = times255(highAlpha, a);
-    }
-    if (cover) {
-        const AM_SpreadCovers covers(cover);
-        lowAlpha = times255(lowAlpha, covers.low);
-        highAlpha = times255(highAlpha, covers.high);
-    }
-    const __m128i a = overOpaque(_mm_unpacklo_epi8(back, zero), low, lowAlpha);
-    const __m128i b = overOpaque(_mm_unpackhi_epi8(back, zero), high, highAlpha);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_packus_epi16(a, b));
-    return true;
-}
-
-constexpr i32 k_lane = 16; // pixels whose alphas are looked at together
-
-const __m128i* vectors(const u8* from) {
-    return reinterpret_cast<const __m128i*>(from);
-}
-
-// A lane over an opaque backdrop, without a look at single pixels, whose branches nobody foresees;
-// false if the backdrop is not opaque.
-bool overLane(u8* d, const u8* s) {
-    const __m128i zero = _mm_setzero_si128();
-    __m128i back[4];
-    for (i32 k = 0; k < 4; ++k)
-        back[k] = _mm_loadu_si128(vectors(d) + k);
-    const __m128i all =
-        _mm_and_si128(_mm_and_si128(back[0], back[1]), _mm_and_si128(back[2], back[3]));
-    const __m128i full = _mm_cmpeq_epi8(all, _mm_set1_epi8(-1));
-    constexpr i32 alphas = 0x8888;
-    if ((_mm_movemask_epi8(full) & alphas) != alphas) return false;
-    for (i32 k = 0; k < 4; ++k) {
-        const __m128i source = _mm_loadu_si128(vectors(s) + k);
-        const __m128i low = _mm_unpacklo_epi8(source, zero);
-        const __m128i high = _mm_unpackhi_epi8(source, zero);
-        const __m128i a = overOpaque(_mm_unpacklo_epi8(back[k], zero), low, AM_spreadAlpha(low));
-        const __m128i b = overOpaque(_mm_unpackhi_epi8(back[k], zero), high, AM_spreadAlpha(high));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d) + k, _mm_packus_epi16(a, b));
-    }
-    return true;
-}
-
-// Whole pixels from the first on, lane by lane: copies what is opaque, leaves out what is
-// transparent. Ends at a lane that is neither over a backdrop that is not opaque; the first pixel
-// of that.
-i32 overLanes(u8* d, const u8* s, i32 i, i32 count) {
-    const __m128i alphas = _mm_set1_epi32(static_cast<i32>(0xff000000u));
-    for (; i + k_lane <= count; i += k_lane) {
-        const __m128i* from = vectors(s + 4 * i);
-        __m128i four[4];
-        for (i32 k = 0; k < 4; ++k)
-            four[k] = _mm_loadu_si128(from + k);
-        const __m128i all =
-            _mm_and_si128(_mm_and_si128(four[0], four[1]), _mm_and_si128(four[2], four[3]));
-        if (_mm_movemask_epi8(_mm_cmpeq_epi32(_mm_and_si128(all, alphas), alphas)) == 0xffff) {
-            for (i32 k = 0; k < 4; ++k)
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 4 * i) + k, four[k]);
-            continue;
-        }
-        const __m128i any =
-            _mm_or_si128(_mm_or_si128(four[0], four[1]), _mm_or_si128(four[2], four[3]));
-        const __m128i none = _mm_cmpeq_epi32(_mm_and_si128(any, alphas), _mm_setzero_si128());
-        if (_mm_movemask_epi8(none) != 0xffff && !overLane(d + 4 * i, s + 4 * i)) break;
-    }
-    return i;
-}
-
-void normalRow(u8* d, const u8* s, i32 count, u32 alpha, const u8* cover) {
-    const bool whole = alpha == 255 && !cover;
-    i32 i = 0;
-    for (; i + 4 <= count; i += 4) {
-        if (whole && (i & (k_lane - 1)) == 0) i = overLanes(d, s, i, count);
-        if (i + 4 > count) break;
-        const u8* four = cover ? cover + i : nullptr;
-        if (overFour(d + 4 * i, s + 4 * i, alpha, four)) continue;
-        for (i32 k = i; k < i + 4; ++k)
-            overPixel(d + 4 * k, s + 4 * k,
-                      sourceAlpha(s + 4 * k, alpha, cover ? cover + k : nullptr));
-    }
-    for (; i < count; ++i)
-        overPixel(d + 4 * i, s + 4 * i, sourceAlpha(s + 4 * i, alpha, cover ? cover + i : nullptr));
-}
-
 using BlendRow = void (*)(u8*, const u8*, i32, u32, const u8*);
-constexpr BlendRow blendRows[k_numBlendModes] = {normalRow,
-                                                 normalRow,
+constexpr BlendRow blendRows[k_numBlendModes] = {AM_blendNormalRow,
+                                                 AM_blendNormalRow,
                                                  mixRow<Separable<Multiply>>,
                                                  mixRow<Separable<Screen>>,
                                                  mixRow<Separable<Overlay>>,

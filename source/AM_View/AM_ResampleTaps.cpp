@@ -63,6 +63,8 @@ void AM_ResampleTaps::make(AM_Resampling choice, i32 sourceSize, f64 origin, f64
             makePixel(choice, sourceSize, at - 0.5, widening, x - begin);
         }
     }
+    lowest = count == 0 ? 0 : *std::min_element(first.begin(), first.end());
+    highest = count == 0 ? 0 : *std::max_element(first.begin(), first.end());
 }
 
 // Weights of places beyond the edges count for the pixels at the edges. They are rounded by their
@@ -93,4 +95,28 @@ void AM_ResampleTaps::makePixel(AM_Resampling choice, i32 sourceSize, f64 centre
         target[k] = static_cast<i16>(until - given);
         given = until;
     }
+}
+
+const AM_ResampleTaps& AM_KeptTaps::get(AM_Resampling choice, i32 sourceSize, f64 origin, f64 size,
+                                        i32 begin, i32 end) {
+    Key key{choice, sourceSize, origin, size, begin, end};
+    // At whole pixels the same image has the same weights everywhere.
+    constexpr f64 farAway = 1e9;
+    if (origin == std::floor(origin) && std::abs(origin) < farAway) {
+        const i32 shift = static_cast<i32>(origin);
+        key = {choice, sourceSize, 0, size, begin - shift, end - shift};
+    }
+    Entry* oldest = entries;
+    for (Entry& entry : entries) {
+        if (entry.lastUse > 0 && entry.key == key) {
+            entry.lastUse = ++uses;
+            return entry.taps;
+        }
+        if (entry.lastUse < oldest->lastUse) oldest = &entry;
+    }
+    oldest->lastUse = 0; // until it is made
+    oldest->taps.make(choice, sourceSize, key.origin, size, key.begin, key.end);
+    oldest->key = key;
+    oldest->lastUse = ++uses;
+    return oldest->taps;
 }

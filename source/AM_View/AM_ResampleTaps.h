@@ -16,6 +16,8 @@ struct AM_ResampleTaps {
     i32 perPixel = 0;                   // even
     std::vector<i32> first;             // per pixel: the first source pixel
     std::vector<i16> weights;           // perPixel of each
+    i32 lowest = 0;                     // of `first`
+    i32 highest = 0;
 
     // For the pixels `begin` to `end` - 1, of an image of `sourceSize` pixels, at least 1, that is
     // drawn from `origin` on in `size` pixels. Source pixels beyond the last, which a very small
@@ -28,4 +30,32 @@ struct AM_ResampleTaps {
 private:
     void makePixel(AM_Resampling choice, i32 sourceSize, f64 centre, f64 widening, i32 pixel);
     std::vector<f64> exact;
+};
+
+// The last few that were asked for: most images of an editor are drawn in the same size again and
+// again.
+class AM_KeptTaps {
+public:
+    // What AM_ResampleTaps::make makes of these, for at least one pixel; good until the next call.
+    const AM_ResampleTaps& get(AM_Resampling choice, i32 sourceSize, f64 origin, f64 size,
+                               i32 begin, i32 end);
+
+private:
+    struct Key {
+        AM_Resampling choice = k_bilinear;
+        i32 sourceSize = 0;
+        f64 origin = 0;
+        f64 size = 0;
+        i32 begin = 0;
+        i32 end = 0;
+        bool operator==(const Key&) const = default;
+    };
+    struct Entry {
+        Key key;
+        u64 lastUse = 0;
+        AM_ResampleTaps taps;
+    };
+    static constexpr size_t k_count = 4;
+    Entry entries[k_count];
+    u64 uses = 0;
 };

@@ -35,19 +35,18 @@ void AM_RowScaler::begin(const AM_PixelView& newImage, const AM_ScaledArea& area
     isPositive = choice == k_nearestNeighbour || choice == k_bilinear || choice == k_cubic ||
                  choice == k_cubic2Pass;
     top = area.top;
-    across.make(choice, image.width, area.imageLeft, area.imageWidth, area.left, area.right);
-    down.make(choice, image.height, area.imageTop, area.imageHeight, area.top, area.bottom);
-    const auto [low, high] = std::minmax_element(across.first.begin(), across.first.end());
-    firstColumn = *low;
-    const i32 reach = *high + across.perPixel - firstColumn;
+    across = &keptAcross.get(choice, image.width, area.imageLeft, area.imageWidth, area.left,
+                             area.right);
+    down =
+        &keptDown.get(choice, image.height, area.imageTop, area.imageHeight, area.top, area.bottom);
+    firstColumn = across->lowest;
+    const i32 reach = across->highest + across->perPixel - firstColumn;
     numColumns = std::min(reach, image.width - firstColumn);
-    for (i32& first : across.first)
-        first -= firstColumn;
     // Rows are padded to whole vectors; places that the image does not have are read, and weigh
     // nothing.
     source.assign(4 * static_cast<size_t>(reach), 0);
     stride = 4 * static_cast<size_t>((width + 1) & ~1);
-    numRows = std::min(down.perPixel, k_maxRows);
+    numRows = std::min(down->perPixel, k_maxRows);
     scaled.resize(std::max(scaled.size(), stride * static_cast<size_t>(numRows)));
     rowNumbers.assign(static_cast<size_t>(numRows), -1);
     result.resize(std::max(result.size(), stride));
@@ -67,10 +66,11 @@ const i16* AM_RowScaler::scaledRow(i32 sourceY) {
 
 // One pixel, four 32-bit numbers with 14 bits of weight.
 __m128i AM_RowScaler::pixelAcross(const i16* from, i32 x) const {
-    const i16* pixels = from + 4 * static_cast<size_t>(across.first[static_cast<size_t>(x)]);
-    const i16* weights = across.of(x);
+    const i16* pixels =
+        from + 4 * static_cast<size_t>(across->first[static_cast<size_t>(x)] - firstColumn);
+    const i16* weights = across->of(x);
     __m128i total = _mm_setzero_si128();
-    for (i32 k = 0; k < across.perPixel; k += 2) {
+    for (i32 k = 0; k < across->perPixel; k += 2) {
         const __m128i two = _mm_loadu_si128(vectors(pixels + 4 * k));
         const __m128i mixed = _mm_unpacklo_epi16(two, _mm_srli_si128(two, 8));
         total = _mm_add_epi32(total, _mm_madd_epi16(mixed, weightPair(weights + k)));
@@ -79,7 +79,7 @@ __m128i AM_RowScaler::pixelAcross(const i16* from, i32 x) const {
 }
 
 void AM_RowScaler::scaleAcross(const i16* from, i16* target) const {
-    if (across.perPixel == 2) return scaleAcrossByTwo(from, target);
+    if (across->perPixel == 2) return scaleAcrossByTwo(from, target);
     for (i32 x = 0; x < width; x += 2, target += 8) {
         const __m128i first = pixelAcross(from, x);
         const __m128i second = pixelAcross(from, std::min(x + 1, width - 1));
@@ -88,10 +88,11 @@ void AM_RowScaler::scaleAcross(const i16* from, i16* target) const {
 }
 
 void AM_RowScaler::scaleAcrossByTwo(const i16* from, i16* target) const {
-    const i32* first = across.first.data();
-    const i16* weights = across.weights.data();
+    const i32* first = across->first.data();
+    const i16* weights = across->weights.data();
     for (i32 x = 0; x < width; ++x, weights += 2, target += 4) {
-        const __m128i two = _mm_loadu_si128(vectors(from + 4 * static_cast<size_t>(first[x])));
+        const __m128i two =
+            _mm_loadu_si128(vectors(from + 4 * static_cast<size_t>(first[x] - firstColumn)));
         const __m128i mixed = _mm_unpacklo_epi16(two, _mm_srli_si128(two, 8));
         const __m128i pixel = rounded(_mm_madd_epi16(mixed, weightPair(weights)));
         _mm_storel_epi64(vectors(target), _mm_packs_epi32(pixel, pixel));
@@ -100,17 +101,17 @@ void AM_RowScaler::scaleAcrossByTwo(const i16* from, i16* target) const {
 
 const i16* AM_RowScaler::row(i32 y) {
     const i32 index = y - top;
-    const i32 first = down.first[static_cast<size_t>(index)];
-    const i16* weights = down.of(index);
+    const i32 first = down->first[static_cast<size_t>(index)];
+    const i16* weights = down->of(index);
     const i16* rows[k_maxRows];
     // All of the weight may be on one row, most of all where nothing is scaled.
-    if (down.perPixel == 2 && isPositive)
+    if (down->perPixel == 2 && isPositive)
         for (i32 k = 0; k < 2; ++k)
             if (weights[k] == AM_ResampleTaps::k_one) return scaledRow(first + k);
-    const bool atOnce = down.perPixel <= k_maxRows;
+    const bool atOnce = down->perPixel <= k_maxRows;
     if (!atOnce) sums.assign(stride, 0);
-    for (i32 done = 0; done < down.perPixel; done += k_maxRows) {
-        const i32 count = std::min(down.perPixel - done, k_maxRows);
+    for (i32 done = 0; done < down->perPixel; done += k_maxRows) {
+        const i32 count = std::min(down->perPixel - done, k_maxRows);
         for (i32 k = 0; k < count; ++k)
             rows[k] = scaledRow(first + done + k);
         if (count == 2 && isPositive)

@@ -50,8 +50,10 @@ private:
     i32 numColumns = 0;
     i32 numRows = 0; // of the work buffer
     size_t stride = 0;
-    AM_ResampleTaps across;
-    AM_ResampleTaps down;
+    AM_KeptTaps keptAcross;
+    AM_KeptTaps keptDown;
+    const AM_ResampleTaps* across = nullptr;
+    const AM_ResampleTaps* down = nullptr;
     Row source;
     Row scaled;                  // numRows rows
     std::vector<i32> rowNumbers; // of the image, in `scaled`

@@ -7,7 +7,6 @@
 #include <agg_conv_curve.h>
 #include <agg_font_cache_manager.h>
 #include <agg_font_freetype.h>
-#include <agg_gamma_functions.h>
 
 #include <algorithm>
 #include <cmath>
@@ -30,8 +29,8 @@ i32 stepsOf(const AM_TextStyle& style) {
 
 // From which coverage on a pixel of hard text is in. A stem is about a twelfth of the em wide; in
 // small text half of it still has to count, else one that lies between two columns is lost.
-f64 hardEdge(f64 size) {
-    return std::clamp(size / 25, 0.2, 0.5);
+i32 hardEdge(f64 size) {
+    return static_cast<i32>(std::clamp(size / 25, 0.2, 0.5) * 255 + 0.5);
 }
 
 // A glyph's outline, made narrow, at its place.
@@ -56,27 +55,32 @@ private:
     f64 y;
 };
 
-AM_TextMask makeMask(AM_AggRaster::Rasterizer& rasterizer) {
-    AM_TextMask mask;
-    if (!rasterizer.rewind_scanlines()) return mask;
-    mask.left = rasterizer.min_x();
-    mask.top = rasterizer.min_y();
-    mask.width = rasterizer.max_x() - mask.left + 1;
-    mask.height = rasterizer.max_y() - mask.top + 1;
-    mask.covers.assign(size_t(mask.width) * mask.height, 0);
-    agg::scanline_p8 scanline;
-    scanline.reset(rasterizer.min_x(), rasterizer.max_x());
-    while (rasterizer.sweep_scanline(scanline)) {
-        u8* row = mask.covers.data() + size_t(scanline.y() - mask.top) * mask.width;
-        auto span = scanline.begin();
-        for (unsigned i = scanline.num_spans(); i > 0; --i, ++span) {
-            u8* target = row + (span->x - mask.left);
-            if (span->len < 0)
-                std::fill_n(target, -span->len, *span->covers);
-            else
-                std::copy_n(span->covers, span->len, target);
-        }
+class MaskSink final : public AM_AggRaster::Sink {
+public:
+    explicit MaskSink(AM_TextMask& mask) : mask(mask) {}
+    void covered(i32 x, i32 y, i32 count, const u8* covers) override {
+        std::copy_n(covers, count, at(x, y));
     }
+    void solid(i32 x, i32 y, i32 count, u8 cover) override { std::fill_n(at(x, y), count, cover); }
+
+private:
+    u8* at(i32 x, i32 y) {
+        return mask.covers.data() + size_t(y - mask.top) * mask.width + (x - mask.left);
+    }
+    AM_TextMask& mask;
+};
+
+AM_TextMask makeMask(AM_AggRaster& raster) {
+    const AM_PixelRect bounds = raster.getBounds();
+    AM_TextMask mask;
+    if (bounds.isEmpty()) return mask;
+    mask.left = bounds.left;
+    mask.top = bounds.top;
+    mask.width = bounds.right - bounds.left;
+    mask.height = bounds.bottom - bounds.top;
+    mask.covers.assign(size_t(mask.width) * mask.height, 0);
+    MaskSink sink(mask);
+    raster.sweep(false, sink);
     return mask;
 }
 } // namespace
@@ -159,8 +163,7 @@ bool AM_TextEngine::Parts::select() {
     engine.resolution(72); // so that sizes between whole pixels count
     engine.height(style.size);
     engine.width(style.size * stepsOf(style));
-    raster.setHardEdges(!style.smooth);
-    if (!style.smooth) raster.getRasterizer().gamma(agg::gamma_threshold(hardEdge(style.size)));
+    raster.setHardEdge(style.smooth ? 0 : hardEdge(style.size));
     return true;
 }
 
@@ -188,18 +191,16 @@ void AM_TextEngine::Parts::outline(u32 code, f64 x, f64 y) {
     if (!found) return;
     fonts->cache.init_embedded_adaptors(found, 0, 0);
     GlyphOutline outline(fonts->cache.path_adaptor(), 1.0 / stepsOf(wanted), x, y);
-    raster.getRasterizer().add_path(outline);
+    raster.addPath(outline);
 }
 
 const AM_TextMask& AM_TextEngine::Parts::mask(AM_TextGlyph& glyph, u32 code, i32 phase) {
     AM_TextMask& mask = glyph.masks[phase];
     if (glyph.made[phase]) return mask;
     glyph.made[phase] = true;
-    raster.getRasterizer().reset();
-    raster.getRasterizer().reset_clipping();
-    raster.getRasterizer().filling_rule(agg::fill_non_zero);
+    raster.begin();
     outline(code, phase / 4.0, 0);
-    mask = makeMask(raster.getRasterizer());
+    mask = makeMask(raster);
     glyphs.count(mask.covers.size());
     return mask;
 }

@@ -340,6 +340,12 @@ TEST(Context, HostileArgumentsAreHarmless) {
         c.setOrigin(a);
         c.setOrigin({});
     }
+    // Around the same pixels more often than sums of coverage have room for.
+    std::vector<AM_Point> loops;
+    for (i32 i = 0; i < 40000; ++i)
+        loops.insert(loops.end(), {{3.5f, 3}, {8.5f, 3}, {8.5f, 3.8f}, {3.5f, 3.8f}});
+    c.beginDraw();
+    c.fillPolygon(loops.data(), static_cast<i32>(loops.size()));
     c.setPaint(nullptr);
     c.fillPolygon(nullptr, 5);
     c.strokeLines(nullptr, 5, 1);

@@ -1,6 +1,7 @@
 #include "AM_PixelOps.h"
 
 #include "AM_Colour.h"
+#include "AM_PixelBlendRow.h"
 #include "AM_View/PixelBuffer.h"
 
 #include <algorithm>
@@ -94,6 +95,38 @@ TEST(PixelBlend, followsTheFormulasInEveryMode) {
                     ASSERT_NEAR(back.pixels[i][c], wanted[c], 1.1) << mode << " " << i;
             }
         }
+}
+
+// Rows of runs as layers have them, over backdrops that are opaque in places: by vectors of any
+// width what single pixels give, and whole where all is opaque.
+TEST(PixelBlend, makesOfRunsWhatSinglePixelsGive) {
+    for (const AM_OverBlocks blocks : {AM_overBlocksSse, AM_overBlocks()}) {
+        PixelBuffer back(137, 60), source(137, 60);
+        back.fillRandom(3);
+        source.fillRandom(4);
+        for (i32 i = 0; i < 137 * 60; ++i) {
+            const size_t at = static_cast<size_t>(i);
+            const i32 kind = i / 137 < 3 ? 0 : i / 29 % 3; // the first rows are opaque
+            if (kind < 2) source.pixels[at][3] = kind == 0 ? 255 : 0;
+            if (i / 137 % 2 || i / 40 % 2) back.pixels[at][3] = 255;
+        }
+        PixelBuffer byBlocks = back, byOnes = back;
+        for (i32 y = 0; y < 60; ++y) {
+            u8* const target = byBlocks.view().row(y);
+            const u8* const from = source.view().row(y);
+            for (i32 x = y % 9; x < 137;) {
+                x = blocks(target, from, x, 137);
+                const i32 end = std::min(x + 8, 137);
+                for (; x < end; ++x)
+                    AM_blendNormalRow(target + 4 * x, from + 4 * x, 1, 255, nullptr);
+            }
+            for (i32 x = y % 9; x < 137; ++x)
+                AM_blendNormalRow(byOnes.view().row(y) + 4 * x, from + 4 * x, 1, 255, nullptr);
+        }
+        EXPECT_EQ(byBlocks.pixels, byOnes.pixels);
+        for (i32 x = 2; x < 137; ++x)
+            EXPECT_EQ(byBlocks.at(x, 2), source.at(x, 2));
+    }
 }
 
 TEST(PixelBlend, addsMasksAndFades) {

@@ -2,6 +2,8 @@
 
 #include "AM_PixelBlend.h"
 #include "AM_View/PixelBuffer.h"
+#include "AM_ViewPreferences.h"
+#include "ground/LogCapture.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -206,4 +208,52 @@ TEST(Resample, standsUpToAnything) {
     AM_Resampler().draw(target.view(), {0, 0, 9, 9}, nothing, at({0, 0, 9, 9}), k_cubic);
     AM_Resampler().draw(target.view(), {9, 9, 9, 2}, image.view(), at({0, 0, 9, 9}), k_cubic);
     EXPECT_EQ(target.pixels, before);
+}
+
+// What a resampler keeps from image to image changes nothing: more sizes than it keeps, at whole
+// pixels and between them, clipped and not.
+TEST(Resample, keepsNothingThatShows) {
+    AM_Resampler kept;
+    PixelBuffer image(13, 9);
+    image.fillRandom(5);
+    for (i32 i = 0; i < 240; ++i) {
+        // Neighbours differ in one thing: the choice, the clip or the place.
+        const i32 step = i / 4;
+        AM_ImagePlacement how;
+        const f32 place = static_cast<f32>(step % 7 + (i % 4 > 2)) * (step % 2 ? 1.0f : 0.75f);
+        how.target = {place, 20 - place, static_cast<f32>(10 + step % 6 * 7), 17};
+        const AM_PixelRect clip{step % 3 * 4 + (i % 4 > 1), 0, 64 - step % 5, 48};
+        PixelBuffer byKept(64, 48, {9, 9, 9, 255}), byNew = byKept;
+        const AM_Resampling choice = nth((step + (i % 4 > 0)) % 5);
+        kept.draw(byKept.view(), clip, image.view(), how, choice);
+        AM_Resampler().draw(byNew.view(), clip, image.view(), how, choice);
+        ASSERT_EQ(byKept.pixels, byNew.pixels) << i;
+    }
+}
+
+TEST(Resample, isAPreferenceByName) {
+    struct Store : AM_IViewPreferences {
+        std::optional<std::string> value;
+        std::string asked;
+        std::string getPreferenceValue(const char* group, const char* name, i32,
+                                       const char* standard) override {
+            asked = std::string(group) + ":" + name;
+            return value.value_or(standard);
+        }
+    } store;
+    LogCapture log;
+    EXPECT_EQ(AM_preferredResampling(store), k_bilinear);
+    EXPECT_EQ(store.asked, "AllViews:Image Resampling");
+    for (i32 i = 0; i < k_numResamplings; ++i) {
+        store.value = AM_resamplingLabels[i];
+        EXPECT_EQ(AM_preferredResampling(store), i);
+    }
+    EXPECT_EQ(AM_findResampling("Mitchell 2pass"), k_mitchell2Pass);
+    EXPECT_TRUE(log.take().empty());
+    for (const char* wrong : {"", "catrom", "Catrom 3pass"}) {
+        store.value = wrong;
+        EXPECT_EQ(AM_preferredResampling(store), k_bilinear);
+        EXPECT_EQ(log.count("is no choice for 'Image Resampling'"), 1) << wrong;
+        log.take();
+    }
 }
