@@ -29,7 +29,7 @@ struct Costs {
     f64 ratio() const { return one / other; }
 };
 inline Costs costs(const std::function<void()>& one, const std::function<void()>& other,
-                   i32 rounds = 25) {
+                   i32 rounds = 75) {
     std::vector<f64> all[2];
     for (i32 round = 0; round < rounds; ++round) {
         const f64 start = seconds();

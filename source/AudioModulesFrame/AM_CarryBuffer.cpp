@@ -26,6 +26,7 @@ void AM_CarryBuffer::attach(f32* newMemory, i32 channels) {
 
 void AM_CarryBuffer::clear() {
     if (memory) std::fill_n(memory, memoryFloats(numChannels), 0.0f);
+    sideUsed = false;
     pendingOutput = 0;
     pendingInput = k_latency;
     blockFrames = remaining = subBlock = inputDone = outputDone = 0;
@@ -57,11 +58,12 @@ void AM_CarryBuffer::readInput(const f32* const* inputs, const f32* const* sideC
 
 void AM_CarryBuffer::appendInput(const f32* const* inputs, const f32* const* sideChains,
                                  i32 count) {
-    for (i32 c = 0; c < numChannels; ++c) {
+    for (i32 c = 0; c < numChannels; ++c)
         copyOrZero(inputCarry(c) + pendingInput, inputs[c], inputDone, count);
+    sideUsed |= sideChains != nullptr;
+    for (i32 c = 0; c < numChannels && sideUsed; ++c)
         copyOrZero(sideCarry(c) + pendingInput, sideChains ? sideChains[c] : nullptr, inputDone,
                    count);
-    }
     inputDone += count;
     pendingInput += count;
 }

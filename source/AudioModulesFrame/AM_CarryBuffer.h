@@ -76,6 +76,7 @@ private:
     i32 numChannels = 0;
     i32 pendingInput = k_latency;
     i32 pendingOutput = 0;
+    bool sideUsed = false; // else the side chains' carry is all zeros
 
     // Of the block under way, in frames.
     i32 blockFrames = 0;

@@ -21,10 +21,6 @@ AM_StandardCells::AM_StandardCells() {
         level.store(-1, std::memory_order_relaxed);
 }
 
-void AM_StandardCells::setMeter(AM_StandardRow row, f32 value) {
-    meters[static_cast<size_t>(row)].store(value, std::memory_order_relaxed);
-}
-
 f32 AM_StandardCells::meter(AM_StandardRow row) const {
     return meters[static_cast<size_t>(row)].load(std::memory_order_relaxed);
 }
@@ -34,12 +30,6 @@ void* AM_StandardCells::pointer(i32 row) {
     const auto index = static_cast<size_t>(row);
     if (isMeter[index]) return &meters[index];
     return byteOffsets[index] >= 0 ? bytes.data() + byteOffsets[index] : nullptr;
-}
-
-void AM_StandardCells::setLevel(i32 side, i32 channel, f32 level) {
-    if (side < 0 || side > 1 || channel < 0 || channel >= static_cast<i32>(k_channels)) return;
-    channelLevels[static_cast<size_t>(side) * k_channels + static_cast<size_t>(channel)].store(
-        level, std::memory_order_relaxed);
 }
 
 const u8* AM_StandardCells::levels() {

@@ -45,3 +45,13 @@ private:
     std::vector<u8> bytes;
     std::array<bool, k_numStandardRows> isMeter{};
 };
+
+inline void AM_StandardCells::setMeter(AM_StandardRow row, f32 value) {
+    meters[static_cast<size_t>(row)].store(value, std::memory_order_relaxed);
+}
+
+inline void AM_StandardCells::setLevel(i32 side, i32 channel, f32 level) {
+    if (side < 0 || side > 1 || channel < 0 || channel >= static_cast<i32>(k_channels)) return;
+    channelLevels[static_cast<size_t>(side) * k_channels + static_cast<size_t>(channel)].store(
+        level, std::memory_order_relaxed);
+}

@@ -1,7 +1,5 @@
 #include "AM_StopWatch.h"
 
-#include "AM_Clock.h"
-
 #include <algorithm>
 
 AM_StopWatch::AM_StopWatch(AM_AudioMan* owner) : AM_AudioObject(owner, "watch: watch") {
@@ -21,7 +19,11 @@ void AM_StopWatch::start(i32 frames, f64 sampleRate) {
         if (nested.first()) AM_Log("%s is running already", getName());
         return;
     }
-    startTime.store(AM_nanoseconds(), std::memory_order_relaxed);
+    if (untilAdjusted <= 0) {
+        clock.adjust();
+        untilAdjusted = k_entries;
+    }
+    startTime.store(AM_TickClock::now(), std::memory_order_relaxed);
     running.store(true, std::memory_order_release);
 }
 
@@ -33,16 +35,19 @@ void AM_StopWatch::stop(i32 frames, f64 sampleRate) {
     if (!running.load(std::memory_order_relaxed)) return;
     running.store(false, std::memory_order_relaxed);
     if (frames < 1) return;
-    record(AM_nanoseconds() - startTime.load(std::memory_order_relaxed), frames);
-    const u64 microsecondsPerFrame = sumTime / (sumFrames * 1000);
+    const u64 began = startTime.load(std::memory_order_relaxed);
+    const u64 now = AM_TickClock::now();
+    record(now > began ? now - began : 0, frames);
+    const u64 microsecondsPerFrame = clock.nanoseconds(sumTime) / (sumFrames * 1000);
     const f32 percent =
         static_cast<f32>(static_cast<f64>(microsecondsPerFrame) * sampleRate * 100 * 1e-6);
     usage.store(percent, std::memory_order_relaxed);
     highest.store(std::max(percent, getHighestUsage()), std::memory_order_relaxed);
 }
 
-void AM_StopWatch::record(u64 elapsed, i32 frames) {
+void AM_StopWatch::record(u64 ticks, i32 frames) {
     const i32 freed = std::min(((frames - 1) >> 6) + 1, k_entries);
+    untilAdjusted -= freed;
     for (i32 i = 0; i < freed; ++i) {
         index = index + 1 < k_entries ? index + 1 : 0;
         sumTime -= times[index];
@@ -50,9 +55,9 @@ void AM_StopWatch::record(u64 elapsed, i32 frames) {
         times[index] = 0;
         frameCounts[index] = 0;
     }
-    times[index] = elapsed;
+    times[index] = ticks;
     frameCounts[index] = static_cast<u32>(frames);
-    sumTime += elapsed;
+    sumTime += ticks;
     sumFrames += static_cast<u64>(frames);
 }
 
@@ -60,6 +65,6 @@ u64 AM_StopWatch::getRunningTime() const {
     if (master) return master->getRunningTime();
     if (!running.load(std::memory_order_acquire)) return 0;
     const u64 began = startTime.load(std::memory_order_relaxed);
-    const u64 now = AM_nanoseconds();
-    return now > began ? now - began : 0;
+    const u64 now = AM_TickClock::now();
+    return now > began ? clock.nanoseconds(now - began) : 0;
 }

@@ -3,6 +3,7 @@
 
 #include "AM_AudioObject.h"
 #include "AM_Log.h"
+#include "AM_TickClock.h"
 
 #include <atomic>
 
@@ -34,15 +35,17 @@ public:
 private:
     static constexpr i32 k_entries = 1000;
 
-    void record(u64 elapsed, i32 frames);
+    void record(u64 ticks, i32 frames);
 
     AM_StopWatch* master = nullptr;
-    u64 times[k_entries] = {}; // ns
+    AM_TickClock clock;
+    i32 untilAdjusted = 0;     // entries
+    u64 times[k_entries] = {}; // ticks
     u32 frameCounts[k_entries] = {};
     u64 sumTime = 0;
     u64 sumFrames = 0;
     i32 index = 0;
-    std::atomic<u64> startTime{0};
+    std::atomic<u64> startTime{0}; // ticks
     std::atomic<bool> running{false};
     std::atomic<f32> usage{0};
     std::atomic<f32> highest{0};
