@@ -58,6 +58,7 @@ void AM_CarryBuffer::readInput(const f32* const* inputs, const f32* const* sideC
 
 void AM_CarryBuffer::appendInput(const f32* const* inputs, const f32* const* sideChains,
                                  i32 count) {
+    if (count < 1) return;
     for (i32 c = 0; c < numChannels; ++c)
         copyOrZero(inputCarry(c) + pendingInput, inputs[c], inputDone, count);
     sideUsed |= sideChains != nullptr;
@@ -86,7 +87,7 @@ void AM_CarryBuffer::sendCarried(const AM_OutputRoutes& routes, i32 count) {
     routes.write(memory, k_regionFloats, outputDone, count);
     outputDone += count;
     pendingOutput -= count;
-    for (i32 c = 0; c < numChannels; ++c) {
+    for (i32 c = 0; c < numChannels && pendingOutput > 0; ++c) {
         f32* carried = outputCarry(c);
         std::copy(carried + count, carried + count + pendingOutput, carried);
     }
