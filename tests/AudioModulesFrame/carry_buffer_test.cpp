@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -58,4 +60,30 @@ TEST(CarryBuffer, SubBlocksAndPendingFramesOfTypicalHosts) {
     EXPECT_EQ(odd.carry.getPendingInput(), 16);
     EXPECT_EQ(odd.run(64), std::vector<i32>{64});
     EXPECT_EQ(odd.carry.getPendingOutput(), 0);
+}
+
+// What was kept of a side chain is heard when it comes back, unless silence came in between.
+TEST(CarryBuffer, ASideChainThatWasGoneBeginsWithSilence) {
+    std::vector<f32> memory(static_cast<size_t>(AM_CarryBuffer::memoryFloats(1)));
+    std::vector<f32> samples(32), ones(32, 1.0f);
+    const f32* input = samples.data();
+    const f32* side = ones.data();
+    f32* output = samples.data();
+    f32 bus[2 * k_subBlockFrames];
+    AM_CarryBuffer carry;
+    carry.attach(memory.data(), 1);
+    AM_OutputRoutes routes;
+    routes.connect(&output, 1);
+    for (const bool connected : {false, true, false, true}) {
+        const f32* const* sides = connected ? &side : nullptr;
+        carry.beginBlock(32);
+        while (carry.nextSubBlock()) {
+            std::fill(bus, std::end(bus), -1.0f);
+            carry.readInput(&input, sides, bus);
+            for (i32 i = 0; i < 32 && connected; ++i)
+                EXPECT_EQ(bus[k_subBlockFrames + i], i < 16 ? 0.0f : 1.0f);
+            carry.writeOutput(bus, routes);
+        }
+        carry.endBlock(&input, sides, routes);
+    }
 }

@@ -108,3 +108,25 @@ TEST(OutputRoutes, CleaningRemovesWhatIsNoSample) {
     EXPECT_EQ(finite, (Samples{0, 0, 0, denormal, 0.5f, -1e30f, 1.2e-38f}));
     EXPECT_EQ(normal, (Samples{0, 0, 0, 0, 0.5f, -1e30f, 1.2e-38f}));
 }
+
+TEST(OutputRoutes, FollowEachChangeOfConnection) {
+    f32 left[1], right[1], stereo[2] = {1, 3};
+    f32* both[] = {left, right};
+    f32* one[] = {left, left};
+    const i32 crossed[] = {1, 0};
+    AM_OutputRoutes routes;
+    const auto written = [&] {
+        routes.write(stereo, 1, 0, 1);
+        return std::pair(left[0], right[0]);
+    };
+    for (i32 turn = 0; turn < 2; ++turn) {
+        routes.connect(both, 2);
+        EXPECT_EQ(written(), std::pair(1.0f, 3.0f));
+        routes.connectMapped(both, crossed, 2);
+        EXPECT_EQ(written(), std::pair(3.0f, 1.0f));
+        routes.connect(both, 2);
+        EXPECT_EQ(written(), std::pair(1.0f, 3.0f));
+        routes.connect(one, 2);
+        EXPECT_EQ(written(), std::pair(2.0f, 3.0f));
+    }
+}

@@ -1,4 +1,6 @@
+#include "AM_Clock.h"
 #include "AM_Platform.h"
+#include "AM_TickClock.h"
 #include "LogCapture.h"
 
 #include <atomic>
@@ -111,3 +113,17 @@ TEST(Tick, manyThreadsStartAndStop) {
 }
 
 } // namespace
+
+// By the scale of the steady clock, however long the machine takes for it.
+TEST(TickClock, AgreesWithTheSteadyClock) {
+    AM_TickClock clock;
+    EXPECT_EQ(clock.nanoseconds(1000), 0u);
+    const u64 ticks = AM_TickClock::now();
+    const u64 began = AM_nanoseconds();
+    while (AM_nanoseconds() - began < 20000000)
+        ;
+    const u64 passed = AM_TickClock::now() - ticks;
+    const f64 elapsed = static_cast<f64>(AM_nanoseconds() - began);
+    clock.adjust();
+    EXPECT_NEAR(static_cast<f64>(clock.nanoseconds(passed)) / elapsed, 1, 0.5);
+}
