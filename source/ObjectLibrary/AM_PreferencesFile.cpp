@@ -74,6 +74,16 @@ i32 readId(const ScriptStatement& statement) {
     return id;
 }
 
+// Whether a line ends with its own line feed, whatever comes behind. A comment may be open, or its
+// last byte may swallow the line feed.
+bool endsByItself(std::string_view line) {
+    const std::string text = std::string(line) + "\nx";
+    ScriptStatement statement;
+    size_t end = 0;
+    statement.read(text, &end);
+    return end == line.size() + 1;
+}
+
 } // namespace
 
 template <class... A>
@@ -108,8 +118,7 @@ std::optional<AM_PreferenceLine> AM_PreferenceReader::next() {
         }
         AM_PreferenceLine line;
         line.id = readId(statement);
-        const bool portable = source.size() <= k_maxPreferenceLine && !statement.commentOpen;
-        if (portable) line.source = source;
+        if (source.size() <= k_maxPreferenceLine && endsByItself(source)) line.source = source;
         if (name == std::string_view("Author")) {
             line.kind = AM_PreferenceLine::k_author;
             line.value = unescape(value ? value : "");

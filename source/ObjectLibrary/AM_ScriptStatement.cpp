@@ -32,14 +32,11 @@ bool ScriptStatement::skipComment(Cursor& cursor) {
     while (position < size) {
         const char c = cursor.script[position];
         if (static_cast<unsigned char>(c) >= 0x80 || (c == '*' && cursor.at(position + 1) == '/')) {
-            position += 2;
-            commentOpen = position > size;
-            position = std::min(position, size);
+            position = std::min(position + 2, size);
             return true;
         }
         ++position;
     }
-    commentOpen = true;
     return true;
 }
 
@@ -47,7 +44,6 @@ void ScriptStatement::read(std::string_view script, size_t* position) {
     used = 0;
     inToken = false;
     tokenCount = -1;
-    commentOpen = false;
     bool quoted = false;
     Cursor cursor{script, *position};
     while (cursor.position < script.size()) {

@@ -26,8 +26,6 @@ public:
 
     i32 tokenCount = -1; // index of the last token, the keyword being token 0; -1 for an empty line
     const char* tokens[k_maxTokens] = {}; // further ones are left out
-    // True if a "/*" ran to the end of the script.
-    bool commentOpen = false;
 
 private:
     // What is being read.
