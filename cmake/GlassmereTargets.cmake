@@ -66,6 +66,18 @@ function(glassmere_floor name)
                                 PRIVATE ${ARG_PRIVATE_LINKS})
 endfunction()
 
+# Cairo, which drawing is held against, as PkgConfig::CAIRO where CAIRO_FOUND says so. WITHOUT is
+# what happens else.
+macro(glassmere_find_cairo without)
+  find_package(PkgConfig QUIET)
+  if(PkgConfig_FOUND)
+    pkg_check_modules(CAIRO QUIET IMPORTED_TARGET cairo cairo-ft)
+  endif()
+  if(NOT CAIRO_FOUND)
+    message(STATUS "There is no Cairo (libcairo2-dev): ${without}")
+  endif()
+endmacro()
+
 # glassmere_test(NAME LINKS floors) makes one GoogleTest program of the current
 # folder's *_test.cpp files and registers each of its tests with CTest.
 function(glassmere_test name)

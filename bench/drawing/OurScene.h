@@ -20,7 +20,9 @@ public:
         }
         for (const scene::Box& box : scene::k_boxes) {
             colours.push_back(std::make_unique<AM_Colour>("box", box.top));
-            if (box.top != box.bottom) addStops(colours.back().get(), box);
+            if (box.top == box.bottom) continue;
+            colours.back()->addStop(0, box.top);
+            colours.back()->addStop(1, box.bottom);
         }
         star.polygons = {scene::star()};
         makeGraphics();
@@ -87,14 +89,6 @@ public:
     AM_AGG_Context context;
 
 private:
-    static void addStops(AM_Colour* gradient, const scene::Box& box) {
-        for (const auto& [location, rgba] : {std::pair{0.0f, box.top}, {1.0f, box.bottom}}) {
-            auto* const stop = new AM_Colour("stop", rgba);
-            stop->setGradientElement(true);
-            stop->setLocation(location);
-            gradient->add(stop);
-        }
-    }
     void makeGraphics() {
         const auto add = [this](const char* type, const AM_Rect& rect) {
             graphics.emplace_back(AM_createShape(type), rect);

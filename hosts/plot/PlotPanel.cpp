@@ -85,12 +85,8 @@ void PlotPanel::drawCurve(const std::vector<AM_Point>& points, u32 colour) const
     below.push_back({points.back().x, area.bottom()});
     below.push_back({points.front().x, area.bottom()});
     AM_Colour tint;
-    for (const u32 alpha : {0x50u, 0x06u}) {
-        auto* stop = new AM_Colour("", (colour & ~0xffu) | alpha);
-        stop->setGradientElement(true);
-        stop->setLocation(alpha == 0x50u ? 0.f : 1.f);
-        tint.add(stop);
-    }
+    tint.addStop(0, (colour & ~0xffu) | 0x50);
+    tint.addStop(1, (colour & ~0xffu) | 0x06);
     context.pushClip(area);
     const AM_Point top{area.left, area.top};
     const AM_Point bottom{area.left, area.bottom()};

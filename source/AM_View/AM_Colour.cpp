@@ -108,6 +108,13 @@ void AM_Colour::setLocation(f32 newLocation) {
     location = clampChannel(newLocation);
 }
 
+void AM_Colour::addStop(f32 at, u32 word) {
+    auto* const stop = new AM_Colour("stop", word);
+    stop->setGradientElement(true);
+    stop->setLocation(at);
+    add(stop);
+}
+
 bool AM_Colour::isGradient() const {
     for (const AM_Tree* child = getFirstChild(); child; child = child->getNext())
         if (asStop(child)) return true;

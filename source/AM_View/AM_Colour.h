@@ -45,6 +45,8 @@ public:
     void setGradientElement(bool is) { gradientElement = is; }
     bool isGradientElement() const { return gradientElement; }
 
+    // Adds a gradient element, which belongs to this colour.
+    void addStop(f32 location, u32 rgba);
     // A colour with gradient elements among its children is a gradient.
     bool isGradient() const;
     // The stops by location; one without stops has itself at 0.

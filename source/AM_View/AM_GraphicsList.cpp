@@ -40,14 +40,6 @@ std::unique_ptr<AM_Graphic> createGraphic(const char* type) {
 
 } // namespace
 
-// One by one: each node would delete the next one from within itself.
-AM_GraphicsList::~AM_GraphicsList() {
-    while (AM_Tree* const child = getFirstChild()) {
-        child->unlink();
-        delete child;
-    }
-}
-
 bool AM_GraphicsList::addGraphic(AM_Graphic* graphic) {
     std::unique_ptr<AM_Graphic> owned(graphic);
     if (!graphic) return false;

@@ -16,8 +16,6 @@ public:
     static constexpr i32 k_maxGraphics = 4096;
     static constexpr i32 k_maxScanDepth = 16;
 
-    ~AM_GraphicsList() override;
-
     // Owns `graphic` from now on. One without a name gets the default of its type, "Circ #%d" and
     // the like, with the lowest number that is free. One too many is deleted, which is logged;
     // false then.

@@ -10,8 +10,7 @@ namespace {
 
 using AM_PixelOps::times255;
 
-constexpr i32 k_alphas = 0x8888; // of four pixels, in a mask of bytes
-constexpr i32 k_lane = 16;       // pixels whose opacity is looked at together
+constexpr i32 k_lane = 16; // pixels whose opacity is looked at together
 
 u32 sourceAlpha(const u8* source, u32 alpha, const u8* cover) {
     const u32 a = times255(source[3], alpha);
@@ -38,36 +37,26 @@ __m128i* vectors(u8* to) {
 }
 
 __m128i times255(__m128i a, __m128i b) {
-    const __m128i t = _mm_add_epi16(_mm_mullo_epi16(a, b), _mm_set1_epi16(128));
-    return _mm_srli_epi16(_mm_add_epi16(t, _mm_srli_epi16(t, 8)), 8);
+    return AM_div255(_mm_mullo_epi16(a, b));
 }
 
 // Two pixels, a channel per lane, over an opaque backdrop.
 __m128i overOpaque(__m128i d, __m128i s, __m128i a) {
     const __m128i opaque = _mm_set_epi16(255, 0, 0, 0, 255, 0, 0, 0);
-    const __m128i rest = _mm_sub_epi16(_mm_set1_epi16(255), a);
-    const __m128i sum =
-        _mm_add_epi16(_mm_mullo_epi16(_mm_or_si128(s, opaque), a), _mm_mullo_epi16(d, rest));
-    // t * 257 / 65536 is (t + t / 256) / 256.
-    return _mm_mulhi_epu16(_mm_add_epi16(sum, _mm_set1_epi16(128)), _mm_set1_epi16(257));
+    return AM_mix255(d, _mm_or_si128(s, opaque), a);
 }
 
 // Four pixels by the vector; false if the backdrop is not opaque.
 bool overFour(u8* d, const u8* s, u32 alpha, const u8* cover) {
     const __m128i zero = _mm_setzero_si128();
-    const __m128i ones = _mm_set1_epi32(-1);
     const __m128i source = _mm_loadu_si128(vectors(s));
-    const __m128i colours = _mm_set1_epi32(0x00ffffff);
-    if (_mm_movemask_epi8(_mm_cmpeq_epi32(_mm_andnot_si128(colours, source), zero)) == 0xffff)
-        return true;
-    const __m128i solid = _mm_cmpeq_epi32(_mm_or_si128(source, colours), ones);
-    if (alpha == 255 && !cover && _mm_movemask_epi8(solid) == 0xffff) {
+    if (AM_alphasAre(source, 0)) return true;
+    if (alpha == 255 && !cover && AM_alphasAre(source, 255)) {
         _mm_storeu_si128(vectors(d), source);
         return true;
     }
     const __m128i back = _mm_loadu_si128(vectors(d));
-    if (_mm_movemask_epi8(_mm_cmpeq_epi32(_mm_or_si128(back, colours), ones)) != 0xffff)
-        return false;
+    if (!AM_alphasAre(back, 255)) return false;
     const __m128i low = _mm_unpacklo_epi8(source, zero);
     const __m128i high = _mm_unpackhi_epi8(source, zero);
     __m128i lowAlpha = AM_spreadAlpha(low);
@@ -98,22 +87,17 @@ __m128i overFour(__m128i back, __m128i source) {
     return _mm_packus_epi16(a, b);
 }
 
-bool alphasAre(__m128i pixels, i32 byte) {
-    const __m128i same = _mm_cmpeq_epi8(pixels, _mm_set1_epi8(static_cast<char>(byte)));
-    return (_mm_movemask_epi8(same) & k_alphas) == k_alphas;
-}
-
 // False if the backdrop is not opaque. Looking at single pixels would cost more by branches that
 // nobody foresees than it saves.
 bool overEight(u8* d, const u8* s) {
     const __m128i a = _mm_loadu_si128(vectors(s));
     const __m128i b = _mm_loadu_si128(vectors(s) + 1);
-    if (alphasAre(_mm_or_si128(a, b), 0)) return true;
-    const bool solid = alphasAre(_mm_and_si128(a, b), 255);
+    if (AM_alphasAre(_mm_or_si128(a, b), 0)) return true;
+    const bool solid = AM_alphasAre(_mm_and_si128(a, b), 255);
     if (!solid) {
         const __m128i backA = _mm_loadu_si128(vectors(d));
         const __m128i backB = _mm_loadu_si128(vectors(d) + 1);
-        if (!alphasAre(_mm_and_si128(backA, backB), 255)) return false;
+        if (!AM_alphasAre(_mm_and_si128(backA, backB), 255)) return false;
         _mm_storeu_si128(vectors(d), overFour(backA, a));
         _mm_storeu_si128(vectors(d) + 1, overFour(backB, b));
         return true;
@@ -132,7 +116,7 @@ i32 AM_overBlocksSse(u8* target, const u8* source, i32 begin, i32 count) {
         __m128i four[4];
         for (i32 k = 0; k < 4; ++k)
             four[k] = _mm_loadu_si128(from + k);
-        if (alphasAre(
+        if (AM_alphasAre(
                 _mm_and_si128(_mm_and_si128(four[0], four[1]), _mm_and_si128(four[2], four[3])),
                 255)) {
             for (i32 k = 0; k < 4; ++k)

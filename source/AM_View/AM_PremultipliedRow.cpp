@@ -105,9 +105,7 @@ bool overEight(u8* target, const i16* row) {
     const __m128i zero = _mm_setzero_si128();
     const __m128i first = _mm_loadu_si128(vectors(target));
     const __m128i second = _mm_loadu_si128(vectors(target + 16));
-    const __m128i full = _mm_cmpeq_epi8(_mm_and_si128(first, second), _mm_set1_epi8(-1));
-    constexpr i32 alphas = 0x8888;
-    if ((_mm_movemask_epi8(full) & alphas) != alphas) return false;
+    if (!AM_alphasAre(_mm_and_si128(first, second), 255)) return false;
     const __m128i a = over(_mm_unpacklo_epi8(first, zero), _mm_loadu_si128(vectors(row)));
     const __m128i b = over(_mm_unpackhi_epi8(first, zero), _mm_loadu_si128(vectors(row + 8)));
     const __m128i c = over(_mm_unpacklo_epi8(second, zero), _mm_loadu_si128(vectors(row + 16)));

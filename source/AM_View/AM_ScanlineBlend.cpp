@@ -1,9 +1,8 @@
 #include "AM_ScanlineBlend.h"
 
+#include "AM_PixelVectors.h"
+
 #include <cstring>
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 namespace {
 // The destination's colour counts with its alpha, so that none comes from transparent pixels.
@@ -65,7 +64,6 @@ u32 asWord(const AM_Pixel& colour) {
     return word;
 }
 
-#ifdef __SSE2__
 // Four opaque pixels at once, by the arithmetic of blendOpaque.
 class FourPixels {
 public:
@@ -78,33 +76,22 @@ public:
     bool blend(u8* pixels, u32 covers) const {
         const __m128i zero = _mm_setzero_si128();
         const __m128i under = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels));
-        constexpr int alphas = 0x8888;
-        const int full = _mm_movemask_epi8(_mm_cmpeq_epi8(under, _mm_set1_epi8(-1)));
-        if ((full & alphas) != alphas) return false;
-        __m128i cover = _mm_cvtsi32_si128(static_cast<int>(covers));
-        cover = _mm_unpacklo_epi8(cover, cover);
-        cover = _mm_unpacklo_epi16(cover, cover); // each four times
-        const __m128i low = mix(_mm_unpacklo_epi8(under, zero), _mm_unpacklo_epi8(cover, zero));
-        const __m128i high = mix(_mm_unpackhi_epi8(under, zero), _mm_unpackhi_epi8(cover, zero));
+        if (!AM_alphasAre(under, 255)) return false;
+        const AM_SpreadCovers cover(covers);
+        const __m128i low = mix(_mm_unpacklo_epi8(under, zero), cover.low);
+        const __m128i high = mix(_mm_unpackhi_epi8(under, zero), cover.high);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels), _mm_packus_epi16(low, high));
         return true;
     }
 
 private:
-    static __m128i div255(__m128i x) {
-        // x * 257 / 65536 is (x + x / 256) / 256.
-        return _mm_mulhi_epu16(_mm_add_epi16(x, _mm_set1_epi16(128)), _mm_set1_epi16(257));
-    }
     __m128i mix(__m128i under, __m128i cover) const {
-        const __m128i over = div255(_mm_mullo_epi16(cover, alpha));
-        const __m128i rest = _mm_sub_epi16(_mm_set1_epi16(255), over);
-        return div255(_mm_add_epi16(_mm_mullo_epi16(source, over), _mm_mullo_epi16(under, rest)));
+        return AM_mix255(under, source, AM_div255(_mm_mullo_epi16(cover, alpha)));
     }
 
     __m128i source;
     __m128i alpha;
 };
-#endif
 } // namespace
 
 void AM_blendPixel(u8* pixel, const AM_Pixel& colour, u32 cover) {
@@ -138,23 +125,18 @@ void AM_blendSolid(u8* pixels, i32 count, const AM_Pixel& colour, u32 cover) {
 
 void AM_blendCovered(u8* pixels, i32 count, const AM_Pixel& colour, const u8* covers) {
     i32 i = 0;
-#ifdef __SSE2__
     const FourPixels four(colour);
     for (; i + 4 <= count; i += 4) {
-        u32 some;
-        std::memcpy(&some, covers + i, 4);
+        const u32 some = AM_SpreadCovers::fourOf(covers + i);
         if (some != 0 && !four.blend(pixels + i * 4, some))
             for (i32 k = i; k < i + 4; ++k)
                 AM_blendPixel(pixels + k * 4, colour, covers[k]);
     }
     // The rest together with pixels that are done, which have no cover any more.
     if (const i32 last = count - 4; i < count && last >= 0) {
-        u32 some;
-        std::memcpy(&some, covers + last, 4);
-        some &= 0xffffffffu << 8 * (i - last);
+        const u32 some = AM_SpreadCovers::fourOf(covers + last) & 0xffffffffu << 8 * (i - last);
         if (some == 0 || four.blend(pixels + last * 4, some)) return;
     }
-#endif
     for (; i < count; ++i)
         AM_blendPixel(pixels + i * 4, colour, covers[i]);
 }

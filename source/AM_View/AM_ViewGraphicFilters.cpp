@@ -218,12 +218,12 @@ void AM_View_Shadow::paintShadow(AM_Context* context) {
     AM_Log("done painting Highlight %d %d", -pixelsRight, -pixelsDown);
 }
 
-void AM_View_Shadow::paintRelief(const Area& area, f32 h, f32 v) {
+void AM_View_Shadow::paintRelief(const Area& area, f32 right, f32 down) {
     const f32 width = depth * k_widestRim * area.scale;
-    AM_ShadowLayer dark(area.pixels, -h * width, -v * width, softness, area.scale);
+    AM_ShadowLayer dark(area.pixels, -right * width, -down * width, softness, area.scale);
     dark.draw(area.pixels, true, 0x000000ff, shade);
     if (highLight <= 0) return;
-    AM_ShadowLayer light(area.pixels, h * width, v * width, softness, area.scale);
+    AM_ShadowLayer light(area.pixels, right * width, down * width, softness, area.scale);
     light.draw(area.pixels, true, getHighlight(), highLight);
 }
 

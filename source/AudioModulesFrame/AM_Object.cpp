@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 const char AM_classNames[17][32] = {"AudioMan",
                                     "AudioObject",
@@ -139,9 +140,11 @@ void AM_ObjectHost::setName(const char* newName) {
 
 AM_Tree::~AM_Tree() {
     delete firstChild;
-    delete next;
-    firstChild = nullptr;
-    next = nullptr;
+    // One by one, or each would delete the next one from within itself.
+    while (AM_Tree* const behind = next) {
+        next = std::exchange(behind->next, nullptr);
+        delete behind;
+    }
 }
 
 void AM_Tree::setHost(AM_ObjectHost* newHost) {

@@ -14,11 +14,8 @@ f64 radians(f64 degrees) {
     return degrees * std::numbers::pi / 180;
 }
 void addStop(AM_Colour* gradient, cairo_pattern_t* pattern, f32 location, u32 rgba) {
-    auto* const stop = new AM_Colour("stop", rgba);
-    stop->setGradientElement(true);
-    stop->setLocation(location);
-    gradient->add(stop);
-    const AM_Rgba c = stop->getRgba();
+    gradient->addStop(location, rgba);
+    const AM_Rgba c = AM_Rgba::fromWord(rgba);
     if (pattern) cairo_pattern_add_color_stop_rgba(pattern, location, c.r, c.g, c.b, c.a);
 }
 std::string name(const char* what, i64 row, f64 detail = 0) {

@@ -35,12 +35,8 @@ std::vector<u8> bytesOf(AM_Context& c) {
 // Stops by location; they belong to the gradient.
 std::unique_ptr<AM_Colour> gradientOf(std::vector<std::pair<f32, u32>> stops) {
     auto gradient = std::make_unique<AM_Colour>("gradient");
-    for (const auto& [location, rgba] : stops) {
-        auto* stop = new AM_Colour("stop", rgba);
-        stop->setGradientElement(true);
-        stop->setLocation(location);
-        gradient->add(stop);
-    }
+    for (const auto& [location, rgba] : stops)
+        gradient->addStop(location, rgba);
     return gradient;
 }
 } // namespace

@@ -176,12 +176,8 @@ TEST(Filters, bumpIsLitFromTheUpperLeft) {
 
 TEST(Filters, noiseTakesTheColoursAndStaysInItsArea) {
     AM_Colour gradient("gradient");
-    for (const u32 rgba : {0xff0000ffu, 0xff00ffffu}) {
-        auto* stop = new AM_Colour("stop", rgba);
-        stop->setLocation(static_cast<f32>(gradient.getNumChildren()));
-        stop->setGradientElement(true);
-        gradient.add(stop);
-    }
+    gradient.addStop(0, 0xff0000ff);
+    gradient.addStop(1, 0xff00ffff);
     AM_View_PNoise noise;
     noise.setColour(0, &gradient);
     noise.setProperty("ParentBounds", 0, "NO");

@@ -8,12 +8,8 @@ namespace {
 // A gradient owns its stops.
 std::unique_ptr<AM_Colour> makeGradient(std::initializer_list<std::pair<f32, u32>> stops) {
     auto gradient = std::make_unique<AM_Colour>("gradient");
-    for (const auto& [location, rgba] : stops) {
-        auto* stop = new AM_Colour("stop", rgba);
-        stop->setGradientElement(true);
-        stop->setLocation(location);
-        gradient->add(stop);
-    }
+    for (const auto& [location, rgba] : stops)
+        gradient->addStop(location, rgba);
     return gradient;
 }
 

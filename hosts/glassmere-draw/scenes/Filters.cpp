@@ -145,12 +145,9 @@ void noise(AM_Context& c) {
     using Filter = AM_View_PNoise;
     Grid grid(c, 6);
     AM_Colour clouds("clouds");
-    for (const u32 rgba : {0x10204000u, 0x3068a0c0u, 0xf0f4f8ffu}) {
-        auto* stop = new AM_Colour("stop", rgba);
-        stop->setLocation(static_cast<f32>(clouds.getNumChildren()) * 0.5f);
-        stop->setGradientElement(true);
-        clouds.add(stop);
-    }
+    clouds.addStop(0, 0x10204000);
+    clouds.addStop(0.5f, 0x3068a0c0);
+    clouds.addStop(1, 0xf0f4f8ff);
     grid.show<Filter>({});
     grid.show<Filter>({{"Octaves", "1"}});
     grid.show<Filter>({{"Octaves", "3"}}, &clouds);

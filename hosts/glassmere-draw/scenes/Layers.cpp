@@ -46,12 +46,8 @@ void paintDiscs(AM_Context& layer) {
 
 void paintSpot(AM_Context& layer) {
     AM_Colour gradient("spot");
-    for (const u32 rgba : {0xfff0a0ffu, 0xfff0a000u}) {
-        auto* stop = new AM_Colour("stop", rgba);
-        stop->setGradientElement(true);
-        stop->setLocation(static_cast<f32>(gradient.getNumChildren()));
-        gradient.add(stop);
-    }
+    gradient.addStop(0, 0xfff0a0ff);
+    gradient.addStop(1, 0xfff0a000);
     layer.setColour(&gradient);
     layer.fillRect({10, 10, 60, 60});
     layer.resetColour();

@@ -12,13 +12,9 @@ void label(AM_Context& c, const char* text, const AM_Rect& rect) {
 // Red to green to blue from left to right, lighter to the bottom, cut out as a disc.
 void paintBackdrop(AM_Context& c, f32 size) {
     AM_Colour gradient("rainbow");
-    for (i32 i = 0; i < 3; ++i) {
-        static constexpr u32 stops[3] = {0xd02030ff, 0x40c040ff, 0x2050e0ff};
-        auto* stop = new AM_Colour("stop", stops[i]);
-        stop->setLocation(static_cast<f32>(i) * 0.5f);
-        stop->setGradientElement(true);
-        gradient.add(stop);
-    }
+    gradient.addStop(0, 0xd02030ff);
+    gradient.addStop(0.5f, 0x40c040ff);
+    gradient.addStop(1, 0x2050e0ff);
     const AM_Point from{0, 0};
     const AM_Point to{size, 0};
     c.setGradientAxis(&from, &to);
@@ -33,10 +29,7 @@ void paintSource(AM_Context& c, f32 size) {
     AM_Colour steps("steps");
     for (i32 i = 0; i < 16; ++i) {
         const u32 grey = static_cast<u32>(i / 2) * 255 / 7;
-        auto* stop = new AM_Colour("stop", grey * 0x01010100u | 0xff);
-        stop->setLocation(static_cast<f32>((i + 1) / 2) / 8);
-        stop->setGradientElement(true);
-        steps.add(stop);
+        steps.addStop(static_cast<f32>((i + 1) / 2) / 8, grey * 0x01010100u | 0xff);
     }
     const AM_Point from{0, 0};
     const AM_Point to{size, 0};
