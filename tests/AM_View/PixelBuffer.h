@@ -1,6 +1,7 @@
-// Pixels of a test's own.
+// Pixels of a test's own, and those of a context.
 #pragma once
 
+#include "AM_Context.h"
 #include "AM_PixelView.h"
 
 #include <array>
@@ -37,3 +38,11 @@ struct PixelBuffer {
     i32 height;
     std::vector<Pixel> pixels;
 };
+
+inline std::vector<u8> bytesOf(AM_Context& context) {
+    const AM_PixelView view = context.getPixels();
+    std::vector<u8> bytes;
+    for (i32 y = 0; y < view.height; ++y)
+        bytes.insert(bytes.end(), view.row(y), view.row(y) + 4 * view.width);
+    return bytes;
+}

@@ -1,5 +1,6 @@
 #include "AM_AGG_Context.h"
 #include "AM_Graphic.h"
+#include "AM_View/PixelBuffer.h"
 #include "ground/LogCapture.h"
 
 #include <gtest/gtest.h>
@@ -27,10 +28,6 @@ f64 coveredArea(AM_Context& c) {
         for (i32 x = 0; x < c.getPixels().width; ++x)
             sum += alphaAt(c, x, y);
     return sum / 255;
-}
-std::vector<u8> bytesOf(AM_Context& c) {
-    const AM_PixelView view = c.getPixels();
-    return {view.pixels, view.pixels + size_t(view.height) * view.rowBytes};
 }
 // Stops by location; they belong to the gradient.
 std::unique_ptr<AM_Colour> gradientOf(std::vector<std::pair<f32, u32>> stops) {

@@ -1,6 +1,7 @@
 #include "AM_ViewGraphicFilters.h"
 
 #include "AM_AGG_Context.h"
+#include "AM_View/PixelBuffer.h"
 #include "ground/LogCapture.h"
 
 #include <cmath>
@@ -21,14 +22,6 @@ std::unique_ptr<AM_AGG_Context> makePane(f32 scale = 1) {
     pane->setRGBA(0x509020ff);
     pane->fillRect({14, 14, 5, 5});
     return pane;
-}
-
-std::vector<u8> bytesOf(AM_Context& context) {
-    const AM_PixelView pixels = context.getPixels();
-    std::vector<u8> bytes;
-    for (i32 y = 0; y < pixels.height; ++y)
-        bytes.insert(bytes.end(), pixels.row(y), pixels.row(y) + 4 * pixels.width);
-    return bytes;
 }
 
 const u8* pixelAt(AM_Context& context, i32 x, i32 y) {
